@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace torvo {
+
+/// What a child process may do to the machine.
+enum class Confinement {
+    /// Everything that the user may do.
+    none,
+    /// Read and compute, but change nothing outside its own memory: for commands that run before the user said yes.
+    readOnly,
+};
+
+/// Names one process for good: a process number that is used again later has another start time.
+struct ProcessIdentity {
+    std::int32_t pid = 0;
+    /// Start time of the process since boot, as the kernel reports it.
+    std::uint64_t startSeconds = 0;
+    std::uint64_t startMicroseconds = 0;
+
+    bool operator==(const ProcessIdentity&) const = default;
+};
+
+/// Everything a child starts with. Standard input is the null device; no other descriptor is inherited.
+struct LaunchRequest {
+    std::string executable;
+    /// The arguments after the program's own name.
+    std::vector<std::string> arguments;
+    /// NAME=value strings, in order.
+    std::vector<std::string> environment;
+    /// Absent: the folder that this process is in.
+    std::optional<std::string> workingFolder;
+    Confinement confinement = Confinement::none;
+    /// Write ends that become the child's standard output and standard error. They stay the caller's.
+    int standardOutput = -1;
+    int standardError = -1;
+};
+
+struct LaunchError {
+    /// One line for the user: what could not be started, and why.
+    std::string description;
+    /// The child was to be confined and the confinement could not be set up; nothing ran.
+    bool confinementUnavailable = false;
+};
+
+/// The kernel's processes: starting, naming, signalling and reaping them. Safe to call from any thread.
+class ProcessHost {
+  public:
+    virtual ~ProcessHost() = default;
+
+    /// Starts a child as the leader of a process group of its own and returns its process number.
+    [[nodiscard]] virtual std::expected<std::int32_t, LaunchError> launch(const LaunchRequest& request) = 0;
+    /// Whether `Confinement::readOnly` can be set up on this machine. Found out once.
+    [[nodiscard]] virtual bool canConfine() = 0;
+
+    /// The identity of a living process; absent when there is no such process.
+    [[nodiscard]] virtual std::optional<ProcessIdentity> identity(std::int32_t pid) = 0;
+    /// The direct children of a process; empty when there are none or no such process.
+    [[nodiscard]] virtual std::vector<std::int32_t> children(std::int32_t pid) = 0;
+};
+
+} // namespace torvo

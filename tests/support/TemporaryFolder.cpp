@@ -1,0 +1,41 @@
+#include "tests/support/TemporaryFolder.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace torvo::testing {
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "torvo-test-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr)
+        throw std::runtime_error("cannot make a temporary folder");
+    m_url = FileURL(std::filesystem::canonical(name).string());
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_url.path(), ignored);
+}
+
+FileURL TemporaryFolder::file(std::string_view name, std::string_view content) const {
+    const FileURL url = *this / name;
+    std::filesystem::create_directories(url.deletingLastPathComponent().path());
+    std::ofstream(url.path(), std::ios::binary) << content;
+    return url;
+}
+
+FileURL TemporaryFolder::folder(std::string_view name) const {
+    const FileURL url = *this / name;
+    std::filesystem::create_directories(url.path());
+    return url;
+}
+
+std::string readFile(const FileURL& url) {
+    std::ifstream in(url.path(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+} // namespace torvo::testing
