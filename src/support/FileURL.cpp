@@ -1,8 +1,9 @@
 #include "support/FileURL.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <iterator>
-#include <sys/stat.h>
 #include <utility>
 
 namespace torvo {
@@ -32,7 +33,9 @@ std::string_view FileURL::lastPathComponent() const {
     return path.substr(path.rfind('/') + 1);
 }
 
-std::string_view FileURL::pathExtension() const { return extensionOf(lastPathComponent()); }
+std::string_view FileURL::pathExtension() const {
+    return extensionOf(lastPathComponent());
+}
 
 FileURL FileURL::deletingLastPathComponent() const {
     const auto slash = m_path.rfind('/');
@@ -79,12 +82,13 @@ FileURL FileURL::standardized() const {
 }
 
 bool FileURL::exists() const {
-    struct stat status {};
-    return ::stat(m_path.c_str(), &status) == 0;
+    struct stat status{};
+    // A name cannot hold a NUL byte; the system would see only what stands before it.
+    return m_path.find('\0') == std::string::npos && ::stat(m_path.c_str(), &status) == 0;
 }
 
 bool FileURL::isOccupied() const {
-    struct stat status {};
+    struct stat status{};
     return ::lstat(m_path.c_str(), &status) == 0;
 }
 

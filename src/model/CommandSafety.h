@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torvo {
+
+/// The textual classification of commands. Nothing here runs a command or looks at a file: every answer is a pure
+/// function of the text, and takes time linear in its length.
+
+/// The text with every single-quoted span, then every double-quoted span, replaced by one space. Spans do not nest; an
+/// unmatched quote stays.
+[[nodiscard]] std::string strippingQuotedContent(std::string_view text);
+
+/// The maximal runs of letters, numbers and the characters "_./-", in order. The views point into `text`.
+[[nodiscard]] std::vector<std::string_view> shellLikeWords(std::string_view text);
+
+/// Whether the command of every "$(" is printf, echo, dirname or basename, arithmetic expansions apart. Arguments are
+/// not judged.
+[[nodiscard]] bool commandSubstitutionsAreSafe(std::string_view command);
+
+enum class SafeSubstitutions {
+    /// Every command substitution counts as destructive.
+    rejected,
+    /// Those that `commandSubstitutionsAreSafe` accepts do not.
+    allowed,
+};
+
+/// Whether the command could delete, overwrite or move files, or do anything else that needs an explicit yes. In doubt
+/// the answer is true.
+[[nodiscard]] bool looksDestructive(std::string_view command,
+                                    SafeSubstitutions substitutions = SafeSubstitutions::rejected);
+
+/// What capture group `capture` of `pattern` (RE2 syntax) caught in each match over `text`, in order; empty when the
+/// pattern does not compile or has no such group.
+[[nodiscard]] std::vector<std::string> matches(std::string_view pattern, std::string_view text, int capture);
+
+/// Whether a listing command is certainly free of side effects, as far as its text tells.
+[[nodiscard]] bool isProvablyReadOnlySelectionCommand(std::string_view command);
+
+/// Whether a rename preview does nothing but print, so that it may run before the user agreed to anything.
+[[nodiscard]] bool isSafePreviewCommand(std::string_view command);
+
+} // namespace torvo
