@@ -1,0 +1,33 @@
+#include "execution/HistoryStore.h"
+
+#include "support/Text.h"
+
+namespace torvo {
+
+namespace {
+
+constexpr std::string_view kHistoryKey = "commandHistory";
+
+} // namespace
+
+std::vector<std::string> recorded(std::vector<std::string> items, std::string_view text) {
+    const std::string command(trimmed(text, TextTrim::spacesAndLineBreaks));
+    if (command.empty())
+        return items;
+    std::erase_if(items, [&](const std::string& item) { return canonicallyEqual(item, command); });
+    items.insert(items.begin(), command);
+    return items;
+}
+
+HistoryStore::HistoryStore(UserDefaults& defaults)
+    : m_defaults(defaults), m_items(defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{})) {}
+
+std::expected<void, std::string> HistoryStore::record(std::string_view text) {
+    auto items = recorded(m_items, text);
+    if (items == m_items)
+        return {};
+    m_items = std::move(items);
+    return m_defaults.set(kHistoryKey, m_items);
+}
+
+} // namespace torvo

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/UserDefaults.h"
+
+#include <expected>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torvo {
+
+/// `items` with `text`, trimmed, at the front and nowhere else; unchanged when nothing is left of the text.
+[[nodiscard]] std::vector<std::string> recorded(std::vector<std::string> items, std::string_view text);
+
+/// The commands that were submitted, newest first, without duplicates, kept under the settings key "commandHistory".
+class HistoryStore {
+  public:
+    /// Loads the history. `defaults` must outlive the store.
+    explicit HistoryStore(UserDefaults& defaults);
+
+    [[nodiscard]] const std::vector<std::string>& items() const { return m_items; }
+    /// Remembers a command. The error is the line of the settings store; the command is then remembered in memory alone.
+    std::expected<void, std::string> record(std::string_view text);
+
+  private:
+    UserDefaults& m_defaults;
+    std::vector<std::string> m_items;
+};
+
+} // namespace torvo
