@@ -1,9 +1,12 @@
 #pragma once
 
 #include "execution/CapturedOutput.h"
+#include "execution/ProcessTree.h"
 #include "platform/ProcessHost.h"
+#include "support/Descriptor.h"
 #include "support/FileURL.h"
 
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -32,10 +35,11 @@ struct ProcessResult {
 /// Runs one child process at a time, collects both of its output streams and can stop it with everything it started.
 class ProcessRunner {
   public:
-    explicit ProcessRunner(ProcessHost& host) : m_host(host) {}
+    explicit ProcessRunner(ProcessHost& host);
 
     /// Runs a child to its end and returns what it said; blocks the calling thread. Its environment is this process's
-    /// own with the search path of `childPath`. A run that could not start, or whose output could not be held in
+    /// own with the search path of `childPath`. The run ends when the child has ended and both of its streams are
+    /// closed, also by those who inherited them. A run that could not start, or whose output could not be held in
     /// memory, has the status -1 and one line of explanation as its standard error.
     [[nodiscard]] ProcessResult run(const ProcessRequest& request);
 
@@ -47,11 +51,37 @@ class ProcessRunner {
     void clearCancelled();
 
   private:
+    /// Whether somebody has taken on asking the present child to stop.
+    enum class Asking {
+        nobody,
+        /// A thread is sending signals; until it is done the child must keep its number.
+        underWay,
+        done,
+    };
+
+    /// Asks the present child, if any, to stop, unless that was done before.
+    void stopChild();
+    [[nodiscard]] std::optional<TreeStop> takeStop();
+
     ProcessHost& m_host;
+    /// Wakes the thread in `run` when a stop was begun (eventfd(2)).
+    Descriptor m_wake;
+
+    mutable std::mutex m_lock;
+    bool m_isCancelled = false;
+    /// The child from just after its start until just before it is reaped.
+    std::optional<ProcessIdentity> m_child;
+    Asking m_asking = Asking::nobody;
+    std::condition_variable m_askingEnded;
+    /// The stop that was begun, on its way to the thread in `run`.
+    std::optional<TreeStop> m_stop;
 };
 
 /// The search path that children get: the two Homebrew folders before the inherited one, or before the system's four
 /// when there is none to inherit. Nothing is reordered.
 [[nodiscard]] std::string childPath(const std::optional<std::string>& inherited);
+
+/// The environment that children get: `inherited` (NAME=value strings) with nothing but PATH changed as in `childPath`.
+[[nodiscard]] std::vector<std::string> childEnvironment(std::vector<std::string> inherited);
 
 } // namespace torvo

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/ProcessHost.h"
+
+#include <cstdint>
+#include <expected>
+
+namespace torvo {
+
+/// Starts a child as `ProcessHost::launch` promises. The child borrows this process's memory until it becomes the new
+/// program, so that starting one costs the same however large this process is (vfork(2)); this thread waits meanwhile.
+[[nodiscard]] std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& request);
+
+} // namespace torvo

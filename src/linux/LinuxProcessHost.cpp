@@ -1,0 +1,91 @@
+#include "linux/LinuxProcessHost.h"
+
+#include "linux/ChildLauncher.h"
+#include "linux/ProcessTable.h"
+#include "support/Descriptor.h"
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+namespace torvo {
+
+namespace {
+
+int numberOf(StopSignal signal) {
+    return signal == StopSignal::kill ? SIGKILL : SIGTERM;
+}
+
+ProcessIdentity identityOf(std::int32_t pid, std::uint64_t startTicks) {
+    static const auto ticksPerSecond = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
+    return {pid, startTicks / ticksPerSecond, startTicks % ticksPerSecond * 1'000'000 / ticksPerSecond};
+}
+
+} // namespace
+
+std::expected<std::int32_t, LaunchError> LinuxProcessHost::launch(const LaunchRequest& request) {
+    return launchChild(request);
+}
+
+bool LinuxProcessHost::canConfine() {
+    return false;
+}
+
+int LinuxProcessHost::exitNotice(std::int32_t child) {
+    return static_cast<int>(::syscall(SYS_pidfd_open, child, 0U));
+}
+
+std::int32_t LinuxProcessHost::reap(std::int32_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+std::optional<ProcessIdentity> LinuxProcessHost::identity(std::int32_t pid) {
+    const auto status = process_table::status(pid);
+    if (!status)
+        return std::nullopt;
+    return identityOf(pid, status->startTicks);
+}
+
+bool LinuxProcessHost::hasEnded(const ProcessIdentity& process) {
+    const auto status = process_table::status(process.pid);
+    return !status || status->isZombie() || identityOf(process.pid, status->startTicks) != process;
+}
+
+std::vector<std::int32_t> LinuxProcessHost::children(std::int32_t pid) {
+    return process_table::children(pid);
+}
+
+std::vector<ProcessIdentity> LinuxProcessHost::holders(std::span<const int> pipes) {
+    std::vector<ProcessIdentity> found;
+    for (const std::int32_t pid : process_table::holders(pipes)) {
+        // A child that another thread is starting has all pipes open until it becomes its program.
+        const auto status = process_table::status(pid);
+        if (status && !(status->parent == ::getpid() && process_table::runsSameProgram(pid)))
+            found.push_back(identityOf(pid, status->startTicks));
+    }
+    return found;
+}
+
+void LinuxProcessHost::signal(const ProcessIdentity& process, StopSignal signal) {
+    // The descriptor holds on to whoever has the number now; who that is shows only afterwards, and then for good.
+    const Descriptor target(exitNotice(process.pid));
+    if (identity(process.pid) != process)
+        return;
+    if (target.isOpen())
+        ::syscall(SYS_pidfd_send_signal, target.get(), numberOf(signal), nullptr, 0U);
+    else
+        ::kill(process.pid, numberOf(signal));
+}
+
+void LinuxProcessHost::signalGroup(std::int32_t child, StopSignal signal) {
+    ::kill(-child, numberOf(signal));
+}
+
+} // namespace torvo
