@@ -13,6 +13,10 @@ set(floor_app 8)
 # The adapters see the interfaces they fill and the helpers, and only the application sees the adapters.
 set(linux_may_include linux platform support)
 set(platform_may_include platform support)
+# Two folders of one floor do not know each other.
+set(model_may_include model support)
+set(planning_may_include planning execution model platform support)
+set(desktop_may_include desktop execution model platform support)
 
 set(problems "")
 file(GLOB_RECURSE files RELATIVE ${ROOT}/src ${ROOT}/src/*.h ${ROOT}/src/*.cpp)

@@ -3,14 +3,15 @@
 #include "support/Overloaded.h"
 #include "support/Text.h"
 
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
 #include <filesystem>
-#include <fmt/format.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 namespace torvo {
@@ -58,12 +59,8 @@ std::string specText(const SelectionSpec& spec) {
 Json describe(const Action& action) {
     return std::visit(
         Overloaded{
-            [](const Select& select) {
-                return Json{{"kind", "select-preset"}, {"spec", specText(select.spec)}};
-            },
-            [](const ConvertImages& convert) {
-                return Json{{"kind", "convert-preset"}, {"toExt", convert.toExt}};
-            },
+            [](const Select& select) { return Json{{"kind", "select-preset"}, {"spec", specText(select.spec)}}; },
+            [](const ConvertImages& convert) { return Json{{"kind", "convert-preset"}, {"toExt", convert.toExt}}; },
             [](const ZipSelection&) { return Json{{"kind", "zip-preset"}}; },
             [](const Shell& shell) {
                 Json description{{"kind", "run"},

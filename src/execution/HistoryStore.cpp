@@ -20,7 +20,8 @@ std::vector<std::string> recorded(std::vector<std::string> items, std::string_vi
 }
 
 HistoryStore::HistoryStore(UserDefaults& defaults)
-    : m_defaults(defaults), m_items(defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{})) {}
+    : m_defaults(defaults),
+      m_items(defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{})) {}
 
 std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     auto items = recorded(m_items, text);

@@ -10,7 +10,9 @@ constexpr std::string_view kBaseURLKey = "llm.baseURL";
 constexpr std::string_view kModelKey = "llm.model";
 constexpr std::string_view kOnboardingKey = "onboardingShown";
 
-bool isBlank(std::string_view text) { return trimmed(text, TextTrim::spacesAndLineBreaks).empty(); }
+bool isBlank(std::string_view text) {
+    return trimmed(text, TextTrim::spacesAndLineBreaks).empty();
+}
 
 } // namespace
 
@@ -27,7 +29,9 @@ std::expected<void, std::string> LLMEndpoint::setCurrent(const LLMEndpoint& endp
     return defaults.set(kModelKey, endpoint.model);
 }
 
-bool LLMEndpoint::isConfigured() const { return !isBlank(baseURL) && !isBlank(model); }
+bool LLMEndpoint::isConfigured() const {
+    return !isBlank(baseURL) && !isBlank(model);
+}
 
 std::string LLMEndpoint::address(const std::string& path) const {
     return std::string(trimmedOf(baseURL, "/ ")) + path;

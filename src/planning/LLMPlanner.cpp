@@ -3,8 +3,9 @@
 #include "planning/PlanningPrompt.h"
 #include "support/Json.h"
 
-#include <chrono>
 #include <fmt/format.h>
+
+#include <chrono>
 #include <utility>
 
 namespace torvo {
@@ -26,8 +27,7 @@ Json requestBody(const std::string& model, std::string_view prompt, std::string_
         {"temperature", 0.1},
         {"max_tokens", thinking == Thinking::off ? 2048 : 8192},
         {"response_format", {{"type", "json_object"}}},
-        {"messages",
-         Json::array({{{"role", "system"}, {"content", prompt}}, {{"role", "user"}, {"content", input}}})},
+        {"messages", Json::array({{{"role", "system"}, {"content", prompt}}, {{"role", "user"}, {"content", input}}})},
     };
     if (thinking == Thinking::off)
         body["chat_template_kwargs"] = {{"enable_thinking", false}};
@@ -65,7 +65,9 @@ LLMPlanError planError(const HttpError& error) {
     }
 }
 
-bool isSuccess(int status) { return status >= 200 && status <= 299; }
+bool isSuccess(int status) {
+    return status >= 200 && status <= 299;
+}
 
 PlanOrError send(const LLMPlanner& planner, const Json& body, const std::stop_token& stop) {
     HttpRequest request{.method = HttpMethod::post,

@@ -49,7 +49,9 @@ DefaultsData encodeRules(const std::vector<Rule>& rules) {
     return {compactJson(list)};
 }
 
-std::string key(std::string_view text) { return lowercased(trimmed(text, TextTrim::spacesAndLineBreaks)); }
+std::string key(std::string_view text) {
+    return lowercased(trimmed(text, TextTrim::spacesAndLineBreaks));
+}
 
 } // namespace
 
@@ -66,7 +68,9 @@ std::optional<std::string> expansionFor(std::string_view input, const std::vecto
 
 RulesStore::RulesStore(UserDefaults& defaults) : m_defaults(defaults), m_rules(decodeRules(defaults.get(kRulesKey))) {}
 
-std::optional<std::string> RulesStore::expansion(std::string_view input) const { return expansionFor(input, m_rules); }
+std::optional<std::string> RulesStore::expansion(std::string_view input) const {
+    return expansionFor(input, m_rules);
+}
 
 std::expected<void, std::string> RulesStore::add(std::string_view trigger, std::string_view expansion) {
     const auto phrase = trimmed(trigger, TextTrim::spacesAndLineBreaks);

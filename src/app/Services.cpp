@@ -1,0 +1,66 @@
+#include "app/Services.h"
+
+#include "support/Text.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+
+namespace torvo {
+
+namespace {
+
+FileURL programFolder() {
+    std::error_code failure;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
+    return FileURL(program.native()).deletingLastPathComponent();
+}
+
+/// The system's image tool, else ours beside the program.
+std::string imageTool() {
+    constexpr const char* system = "/usr/bin/sips";
+    if (::access(system, X_OK) == 0)
+        return system;
+    return programFolder().appendingPath("sips").path();
+}
+
+std::string_view variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string_view{} : value;
+}
+
+} // namespace
+
+FileURL homeFolder() {
+    if (const auto home = variable("HOME"); home.starts_with('/'))
+        return FileURL(std::string(home));
+    const auto* account = ::getpwuid(::getuid());
+    return account != nullptr && account->pw_dir != nullptr ? FileURL(account->pw_dir) : FileURL("/tmp");
+}
+
+FileURL applicationSupportFolder() {
+    if (const auto folder = variable("XDG_DATA_HOME"); folder.starts_with('/'))
+        return FileURL(std::string(folder));
+    return homeFolder().appendingPath(".local/share");
+}
+
+void addToolsToSearchPath() {
+    const auto path = variable("PATH");
+    const auto tools = programFolder().path();
+    const auto folders = split(path, ':');
+    if (path.empty() || std::ranges::find(folders, tools) != folders.end())
+        return;
+    ::setenv("PATH", (std::string(path) + ":" + tools).c_str(), 1);
+}
+
+Services::Services()
+    : defaults(SettingsFile::defaultLocation()),
+      log(applicationSupportFolder().appendingPath("Torvo/command-log.jsonl"), defaults, logQueue),
+      environment{{.imageTool = imageTool()}, applicationSupportFolder()},
+      executor(presets, {defaults, session, processes, log, environment}) {}
+
+} // namespace torvo

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "execution/CommandLog.h"
+#include "linux/CurlHttpSession.h"
+#include "linux/LinuxProcessHost.h"
+#include "linux/SettingsFile.h"
+#include "linux/ThreadQueue.h"
+#include "planning/CommandExecutor.h"
+
+namespace torvo {
+
+/// The user's home folder: $HOME, else the account's.
+[[nodiscard]] FileURL homeFolder();
+/// Where programs keep a user's data: $XDG_DATA_HOME, else ~/.local/share (XDG Base Directory Specification).
+[[nodiscard]] FileURL applicationSupportFolder();
+
+/// Appends the folder of this program's own tools to PATH, unless it is there or PATH is not set, so that users'
+/// commands find them. To be called once, before any thread starts.
+void addToolsToSearchPath();
+
+/// Everything that a program of ours is made of on this machine. Nothing is read or started before its first use.
+struct Services {
+    Services();
+
+    LinuxProcessHost processes;
+    SettingsFile defaults;
+    CurlHttpSession session;
+    ThreadQueue logQueue;
+    CommandLog log;
+    RunnerEnvironment environment;
+    PresetPlanner presets;
+    CommandExecutor executor;
+};
+
+} // namespace torvo

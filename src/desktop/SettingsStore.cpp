@@ -1,0 +1,20 @@
+#include "desktop/SettingsStore.h"
+
+#include <optional>
+
+namespace torvo::SettingsStore {
+
+bool autoAttach(UserDefaults& defaults) {
+    return defaults.getAs<bool>("autoAttach").value_or(true);
+}
+
+HotKeyConfiguration hotKey(UserDefaults& defaults) {
+    const auto data = defaults.getAs<DefaultsData>("globalHotKey");
+    return HotKeyConfiguration::decode(data ? std::optional(data->bytes) : std::nullopt);
+}
+
+std::expected<void, std::string> setHotKey(const HotKeyConfiguration& hotKey, UserDefaults& defaults) {
+    return defaults.set("globalHotKey", DefaultsData{hotKey.encoded()});
+}
+
+} // namespace torvo::SettingsStore

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "desktop/HotKeyConfiguration.h"
+#include "platform/UserDefaults.h"
+
+#include <expected>
+#include <string>
+
+namespace torvo {
+
+/// Settings with their defaults, read afresh on every call. Those that belong to the rules, the model endpoint, the
+/// command log and the history are read by these.
+namespace SettingsStore {
+
+/// Whether the bar docks to file-manager windows; true unless a Boolean says otherwise.
+[[nodiscard]] bool autoAttach(UserDefaults& defaults);
+
+/// The global shortcut; Command-Shift-Space where none is stored that can be read.
+[[nodiscard]] HotKeyConfiguration hotKey(UserDefaults& defaults);
+std::expected<void, std::string> setHotKey(const HotKeyConfiguration& hotKey, UserDefaults& defaults);
+
+} // namespace SettingsStore
+
+} // namespace torvo
