@@ -1,0 +1,100 @@
+#include "linux/ChildLauncher.h"
+
+#include "linux/LinuxProcessHost.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <string>
+
+using namespace torvo;
+
+namespace {
+
+/// Starts `request` with one pipe for both streams and returns all that it says.
+std::string outputOf(LaunchRequest request) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        return "no pipe";
+    request.standardOutput = request.standardError = ends[1];
+    const auto pid = launchChild(request);
+    ::close(ends[1]);
+    if (!pid) {
+        ::close(ends[0]);
+        return pid.error().description;
+    }
+    std::string output;
+    std::array<char, 4096> buffer;
+    for (ssize_t count = 0; (count = ::read(ends[0], buffer.data(), buffer.size())) > 0;)
+        output.append(buffer.data(), static_cast<std::size_t>(count));
+    ::close(ends[0]);
+    ::waitpid(*pid, nullptr, 0);
+    return output;
+}
+
+} // namespace
+
+TEST(ChildLauncher, GivesTheChildACleanSlate) {
+    // This process ignores one signal, handles another, blocks a third and leaks a descriptor.
+    struct sigaction ignored{};
+    struct sigaction handled{};
+    ignored.sa_handler = SIG_IGN;
+    handled.sa_handler = [](int) {};
+    struct sigaction ignoredBefore{};
+    struct sigaction handledBefore{};
+    ::sigaction(SIGPIPE, &ignored, &ignoredBefore);
+    ::sigaction(SIGUSR1, &handled, &handledBefore);
+    sigset_t blocked;
+    sigset_t maskBefore;
+    ::sigemptyset(&blocked);
+    ::sigaddset(&blocked, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &blocked, &maskBefore);
+    const int leaked = ::open("/dev/null", O_RDONLY);
+
+    const auto status = outputOf({.executable = "/bin/cat", .arguments = {"/proc/self/status"}});
+    const auto descriptors = outputOf({.executable = "/bin/ls", .arguments = {"/proc/self/fd"}});
+    const auto input = outputOf({.executable = "/bin/readlink", .arguments = {"/proc/self/fd/0"}});
+    const auto group =
+        outputOf({.executable = "/bin/zsh", .arguments = {"-fc", "print $(( $(ps -o pgid= $$) == $$ ))"}});
+
+    sigset_t maskNow;
+    ::pthread_sigmask(SIG_SETMASK, &maskBefore, &maskNow);
+    EXPECT_EQ(::sigismember(&maskNow, SIGTERM), 1);
+    EXPECT_EQ(::sigismember(&maskNow, SIGINT), 0);
+    ::sigaction(SIGPIPE, &ignoredBefore, &ignored);
+    ::sigaction(SIGUSR1, &handledBefore, &handled);
+    EXPECT_EQ(ignored.sa_handler, SIG_IGN) << "this process keeps its own";
+    ::close(leaked);
+
+    for (const char* field : {"SigBlk", "SigIgn", "SigCgt"})
+        EXPECT_NE(status.find(std::string(field) + ":\t0000000000000000\n"), std::string::npos) << field;
+    EXPECT_EQ(descriptors, "0\n1\n2\n3\n") << "3 is the folder that ls reads";
+    EXPECT_EQ(input, "/dev/null\n");
+    EXPECT_EQ(group, "1\n");
+}
+
+TEST(ChildLauncher, WorksWhenItsOwnStandardStreamsAreClosed) {
+    // A pipe then gets the numbers 0 to 2, which the child's streams are to have.
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        for (const int descriptor : {0, 1, 2})
+            ::close(descriptor);
+        ::_exit(outputOf({.executable = "/bin/echo", .arguments = {"heard"}}) == "heard\n" ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(ChildLauncher, RefusesAConfinedChildOnAMachineThatCannotConfine) {
+    LinuxProcessHost host;
+    if (host.canConfine())
+        GTEST_SKIP() << "this machine can";
+    const auto launched = host.launch({.executable = "/bin/true", .confinement = Confinement::readOnly});
+    ASSERT_FALSE(launched);
+    EXPECT_TRUE(launched.error().confinementUnavailable);
+}
