@@ -1,5 +1,6 @@
 # Fails when a file of src/ includes a file of a floor above its own, or a neighbour it may not know.
 # Run: cmake -DROOT=<repository> -P tests/layers.cmake
+cmake_minimum_required(VERSION 3.25)
 set(floor_support 1)
 set(floor_model 2)
 set(floor_platform 2)

@@ -15,6 +15,13 @@
 #include <cstring>
 #include <string>
 
+#ifdef __SANITIZE_THREAD__
+// The same function under its other name: the thread sanitizer takes every clone(2) for a fork, with a copy of its
+// state.
+extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
+#define clone __clone
+#endif
+
 namespace torvo {
 
 namespace {

@@ -131,10 +131,14 @@ TEST_F(ProcessRunnerTest, TakesInLargeOutputOnBothStreamsAtOnceWithoutWasteOfMem
     EXPECT_EQ(result.standardError.text().size(), kSize);
     EXPECT_EQ(result.standardOutput.bytes().find_first_not_of('o'), std::string_view::npos);
     EXPECT_EQ(result.standardError.bytes().find_first_not_of('e'), std::string_view::npos);
-    EXPECT_LE(taken, 2 * kSize / 10 * 12);
+    if (kMemoryIsOurOwn) {
+        EXPECT_LE(taken, 2 * kSize / 10 * 12);
+    }
 }
 
 TEST_F(ProcessRunnerTest, EndsARunWhoseOutputDoesNotFitIntoMemory) {
+    if (!kMemoryIsOurOwn)
+        GTEST_SKIP() << "a sanitizer uses memory too";
     ProcessResult result;
     {
         const MemoryLimit limit(std::size_t{64} << 20);
@@ -146,8 +150,6 @@ TEST_F(ProcessRunnerTest, EndsARunWhoseOutputDoesNotFitIntoMemory) {
 }
 
 TEST_F(ProcessRunnerTest, ReadsOnUntilTheChildAndAllThatHoldItsStreamsAreDone) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(::mkfifo((folder / "gate").path().c_str(), 0600), 0);
     // The shell ends at once; a job in the background goes on and has more to say.
     const auto left = zsh("(sleep 0.2; print -n late) & print -n early\\ ");
     EXPECT_EQ(left.standardOutput.text(), "early late");

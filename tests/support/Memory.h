@@ -6,6 +6,13 @@
 
 namespace torvo::testing {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// A sanitizer keeps notes on every byte, and dies when there is no memory for them.
+constexpr bool kMemoryIsOurOwn = false;
+#else
+constexpr bool kMemoryIsOurOwn = true;
+#endif
+
 /// The bytes of memory that this process occupies now.
 [[nodiscard]] std::size_t residentBytes();
 
