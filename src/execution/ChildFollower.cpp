@@ -80,8 +80,11 @@ void ChildFollower::waitForNews() {
         read(m_streams[0]);
     if (polled[error].revents != 0)
         read(m_streams[1]);
-    if (!m_hasEnded)
-        m_hasEnded = m_exitNotice.isOpen() ? polled[exitNotice].revents != 0 : m_host.hasEnded(m_child);
+    if (m_hasEnded)
+        return;
+    m_hasEnded = m_exitNotice.isOpen() ? polled[exitNotice].revents != 0 : m_host.hasEnded(m_child);
+    if (m_hasEnded)
+        m_host.childHasEnded(m_child.pid);
 }
 
 void ChildFollower::read(Stream& stream) {

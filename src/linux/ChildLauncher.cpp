@@ -30,7 +30,7 @@ namespace {
 // library's functions would touch its locks and caches, and the sanitizers' versions of them their own state.
 #define TORVO_CHILD_SIDE __attribute__((no_sanitize("address", "undefined", "thread"), noinline))
 
-enum class Step { redirect, workingFolder, execute };
+enum class Step { redirect, workingFolder, confine, execute };
 
 /// What the child needs, prepared by the parent, and where it writes why it failed.
 struct ChildPlan {
@@ -41,6 +41,7 @@ struct ChildPlan {
     int standardOutput = -1;
     int standardError = -1;
     rlim_t descriptorLimit = 0;
+    const PreparedConfinement* confinement = nullptr;
 
     Step failedStep = Step::redirect;
     int error = 0;
@@ -63,7 +64,8 @@ TORVO_CHILD_SIDE bool redirect(const ChildPlan& plan) {
     const long null = ::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDONLY, 0);
     if (null < 0 || (null != 0 && ::syscall(SYS_dup3, null, 0, 0) < 0))
         return false;
-    if (::syscall(SYS_close_range, 3U, ~0U, 0U) != 0)
+    // A confinement closes them itself, when it needs them no longer.
+    if (plan.confinement == nullptr && ::syscall(SYS_close_range, 3U, ~0U, 0U) != 0)
         for (rlim_t descriptor = 3; descriptor < plan.descriptorLimit; ++descriptor)
             ::syscall(SYS_close, static_cast<int>(descriptor));
     return true;
@@ -91,6 +93,12 @@ TORVO_CHILD_SIDE int runChild(void* argument) {
     if (plan.workingFolder != nullptr && ::syscall(SYS_chdir, plan.workingFolder) != 0)
         return fail(Step::workingFolder);
     restoreSignals();
+    if (plan.confinement != nullptr) {
+        if (const int error = plan.confinement->apply(); error != 0) {
+            errno = error;
+            return fail(Step::confine);
+        }
+    }
     ::syscall(SYS_execve, plan.executable, plan.arguments, plan.environment);
     return fail(Step::execute);
 }
@@ -120,6 +128,8 @@ std::string describe(const ChildPlan& plan) {
         return fmt::format("cannot work in the folder {}: {}", plan.workingFolder, why);
     case Step::execute:
         return fmt::format("{}: {}", plan.executable, why);
+    case Step::confine:
+        return fmt::format("cannot confine {}: {}", plan.executable, why);
     case Step::redirect:
         break;
     }
@@ -128,11 +138,8 @@ std::string describe(const ChildPlan& plan) {
 
 } // namespace
 
-std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& request) {
-    if (request.confinement == Confinement::readOnly)
-        return std::unexpected(
-            LaunchError{.description = "this machine cannot confine a command", .confinementUnavailable = true});
-
+std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& request,
+                                                     const PreparedConfinement* confinement) {
     const auto arguments = pointersTo(&request.executable, request.arguments);
     const auto environment = pointersTo(nullptr, request.environment);
     ChildPlan plan{.executable = request.executable.c_str(),
@@ -140,7 +147,8 @@ std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& reques
                    .environment = environment.data(),
                    .workingFolder = request.workingFolder ? request.workingFolder->c_str() : nullptr,
                    .standardOutput = request.standardOutput,
-                   .standardError = request.standardError};
+                   .standardError = request.standardError,
+                   .confinement = confinement};
     rlimit descriptors{};
     if (::getrlimit(RLIMIT_NOFILE, &descriptors) == 0)
         plan.descriptorLimit = descriptors.rlim_cur;
@@ -162,7 +170,8 @@ std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& reques
     if (plan.error != 0) {
         while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
         }
-        return std::unexpected(LaunchError{.description = describe(plan)});
+        return std::unexpected(LaunchError{.description = describe(plan),
+                                           .confinementUnavailable = plan.failedStep == Step::confine});
     }
     return pid;
 }

@@ -10,6 +10,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <string>
+#include <utility>
 
 namespace torvo {
 
@@ -27,11 +29,36 @@ ProcessIdentity identityOf(std::int32_t pid, std::uint64_t startTicks) {
 } // namespace
 
 std::expected<std::int32_t, LaunchError> LinuxProcessHost::launch(const LaunchRequest& request) {
-    return launchChild(request);
+    if (request.confinement == Confinement::none)
+        return launchChild(request, nullptr);
+
+    const auto unavailable = [](std::string description) {
+        return std::unexpected(LaunchError{.description = std::move(description), .confinementUnavailable = true});
+    };
+    if (!canConfine())
+        return unavailable("this machine cannot confine a command");
+    auto confinement = PreparedConfinement::prepare();
+    if (!confinement)
+        return unavailable(confinement.error());
+    LaunchRequest confined = request;
+    confined.environment = confinement->environment(std::move(confined.environment));
+    const auto child = launchChild(confined, &*confinement);
+    if (child) {
+        const std::scoped_lock lock(m_mutex);
+        m_confined.emplace(*child, std::move(*confinement));
+    }
+    return child;
 }
 
 bool LinuxProcessHost::canConfine() {
-    return false;
+    return confinementWorks();
+}
+
+void LinuxProcessHost::childHasEnded(std::int32_t child) {
+    const std::scoped_lock lock(m_mutex);
+    // Nothing that a confined child started may outlive it. Its group is complete: none can leave it.
+    if (m_confined.contains(child))
+        signalGroup(child, StopSignal::kill);
 }
 
 int LinuxProcessHost::exitNotice(std::int32_t child) {
@@ -39,6 +66,11 @@ int LinuxProcessHost::exitNotice(std::int32_t child) {
 }
 
 std::int32_t LinuxProcessHost::reap(std::int32_t child) {
+    // Taken out while the child still holds its number, which may be another child's right after.
+    const auto confinement = [&] {
+        const std::scoped_lock lock(m_mutex);
+        return m_confined.extract(child);
+    }();
     int status = 0;
     while (::waitpid(child, &status, 0) < 0)
         if (errno != EINTR)

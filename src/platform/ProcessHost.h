@@ -66,6 +66,9 @@ class ProcessHost {
     [[nodiscard]] virtual std::expected<std::int32_t, LaunchError> launch(const LaunchRequest& request) = 0;
     /// Whether `Confinement::readOnly` can be set up on this machine. Found out once.
     [[nodiscard]] virtual bool canConfine() = 0;
+    /// To be told once that a child was seen to have ended, before it is reaped: whatever a confined child left running
+    /// is ended then.
+    virtual void childHasEnded(std::int32_t child) = 0;
     /// A new descriptor, the caller's to close, that polls readable once the child has ended; -1 when there is none to
     /// be had, then `hasEnded` must be asked from time to time.
     [[nodiscard]] virtual int exitNotice(std::int32_t child) = 0;
