@@ -146,7 +146,10 @@ class PngWriter final : public RowWriter {
                             : m_layout.channels == 2 ? SPNG_COLOR_TYPE_GRAYSCALE_ALPHA
                             : m_layout.channels == 3 ? SPNG_COLOR_TYPE_TRUECOLOR
                                                      : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
-        if (spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1) != 0 || spng_set_ihdr(context, &header) != 0)
+        if (spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1) != 0 ||
+            spng_set_option(context, SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_UP) != 0 ||
+            spng_set_option(context, SPNG_IMG_COMPRESSION_LEVEL, kPngCompression) != 0 ||
+            spng_set_ihdr(context, &header) != 0)
             return false;
         if (m_layout.acrossPerMetre != 0) {
             spng_phys physical{.ppu_x = m_layout.acrossPerMetre, .ppu_y = m_layout.downPerMetre, .unit_specifier = 1};

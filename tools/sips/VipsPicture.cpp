@@ -113,9 +113,11 @@ bool needsTurning(const VImage& image) {
 
 VImage suitedTo(VImage image, Format format) {
     const bool hasInks = image.interpretation() == VIPS_INTERPRETATION_CMYK;
-    if ((hasInks && !holdsInks(format)) || (!holdsColourProfile(format) && holdsProfile(image)))
-        image = inStandardColours(image);
-    else if (!hasInks && !isPlain(image.interpretation()) && format != Format::tiff)
+    if ((hasInks && !holdsInks(format)) || (!holdsColourProfile(format) && holdsProfile(image))) {
+        image = inStandardColours(image).copy();
+        if (!holdsColourProfile(format))
+            image.remove(VIPS_META_ICC_NAME);
+    } else if (!hasInks && !isPlain(image.interpretation()) && format != Format::tiff)
         image = image.colourspace(image.bands() < 3 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB);
     if (!holdsSixteenBits(format))
         image = withEightBits(image);
@@ -130,6 +132,7 @@ EncodedPicture encode(const VImage& image, Format format, int quality) {
     switch (format) {
     case Format::png:
         saver = "pngsave_buffer";
+        options->set("compression", kPngCompression)->set("filter", VIPS_FOREIGN_PNG_FILTER_UP);
         break;
     case Format::jpeg:
         saver = "jpegsave_buffer";
