@@ -1,0 +1,12 @@
+// Answers JSON lines on standard input with JSON lines on standard output, for tests that drive Torvo's pure functions
+// from outside.
+#include "tests/probe/Operations.h"
+
+#include <iostream>
+#include <string>
+
+int main() {
+    for (std::string line; std::getline(std::cin, line);)
+        std::cout << torvo::compactJson(torvo::probe::answer(line)) << std::endl;
+    return 0;
+}
