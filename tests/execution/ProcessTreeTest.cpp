@@ -23,6 +23,7 @@ class FakeHost : public ProcessHost {
         return std::unexpected(LaunchError{});
     }
     bool canConfine() override { return false; }
+    void childHasEnded(std::int32_t) override {}
     int exitNotice(std::int32_t) override { return -1; }
     std::int32_t reap(std::int32_t) override { return 0; }
     std::optional<ProcessIdentity> identity(std::int32_t pid) override {
