@@ -139,6 +139,7 @@ const std::vector<std::string> kFileHarms = {
     "print hi > /var/tmp/$MARK",
     "print hi > ~/$MARK",
     "mkdir /tmp/$MARK",
+    "print hi > /proc/$OUTSIDE/root/tmp/$MARK",
     // Through the private folder
     "ln a.txt ${TMPDIR:-/tmp}/$MARK && print hi >> ${TMPDIR:-/tmp}/$MARK",
     "ln -s $PWD/a.txt ${TMPDIR:-/tmp}/$MARK && print hi >> ${TMPDIR:-/tmp}/$MARK",
@@ -172,10 +173,10 @@ const std::vector<std::string> kOtherHarms = {
     "ionice -c 3 -p $OUTSIDE",
     "chrt -b -p 0 $OUTSIDE",
     "print 500 > /proc/$OUTSIDE/oom_score_adj",
-    // Staying behind
-    "setsid -f sleep $FOREVER > /dev/null 2>&1",
-    "perl -MPOSIX -e 'fork and exit; setsid; close STDOUT; close STDERR; exec qw(sleep), $ENV{FOREVER}'",
-    "perl -e 'fork and exit; setpgrp 0, 0; close STDOUT; close STDERR; exec qw(sleep), $ENV{FOREVER}'",
+    // Staying behind; the substitution ends when the process has left the group and then closed its output
+    ": $(setsid -f sh -c 'exec sleep $FOREVER > /dev/null 2>&1')",
+    ": $(perl -MPOSIX -e 'fork and exit; setsid; close STDOUT; close STDERR; exec qw(sleep), $ENV{FOREVER}')",
+    ": $(perl -e 'fork and exit; setpgrp 0, 0; close STDOUT; close STDERR; exec qw(sleep), $ENV{FOREVER}')",
 };
 
 /// Harmless with a launcher that ends the group, so there is nothing to see unconfined.
@@ -200,6 +201,8 @@ const std::vector<std::string> kRefusals = {
     "print -r -- $(</proc/sys/kernel/panic) > /proc/sys/kernel/panic",
     "print -r -- $(</proc/self/oom_score_adj) > /proc/self/oom_score_adj",
     "print -n > /dev/zero",
+    "exec 3<> pipe",
+    "exec 3<> /dev/ptmx",
     "mount --bind dir dir && umount dir",
     "unshare -m true",
     "unshare -U true",
