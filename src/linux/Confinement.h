@@ -19,6 +19,11 @@ namespace torvo {
 /// Landlock of any version is enough (Linux 5.13). What an older version leaves open, the filter closes: truncation
 /// before version 3, signals before version 6 (a confined process can then signal nobody, not even its own children).
 ///
+/// What a harmless command may notice: the private details of outside processes (environment, open files) cannot be
+/// read; names of users and hosts that only a name service knows stay numbers, since asking it takes a socket; where
+/// signals are refused, a program that catches SIGPIPE complains of the broken pipe instead of ending by it. What no
+/// wall can stop: opening a device or a named pipe for reading has whatever effect reading has there.
+///
 /// The launcher's duties:
 ///  - the child is a vfork child or a clone with its own descriptor table (no CLONE_FILES), and `apply` is its last
 ///    step before exec; a child in which `apply` failed must not go on;

@@ -93,7 +93,7 @@ TEST_F(SyscallFilter, CallsThatNeedNoPathToDoHarmAreRefused) {
     const int flags = FS_NODUMP_FL;
     const timespec times[2] = {};
     const std::vector<Call> calls = {
-        // These four work on a descriptor that is open for writing, which Landlock lets through.
+        // The first ones work on a descriptor that is open for writing, which Landlock lets through.
         {"fchmod", SYS_fchmod, {m_open, 0777}, -EPERM},
         {"fchown", SYS_fchown, {m_open, 0, 0}, -EPERM},
         {"futimens", SYS_utimensat, {m_open, 0, address(times), 0}, -EPERM},
