@@ -15,7 +15,9 @@
 namespace torvo {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
@@ -113,10 +115,7 @@ TEST_P(ConfinedCommand, HarmlessCommandsSayTheSameConfinedAsUnconfined) {
         if (GetParam() == PreparedConfinement::kNoLimit && landlockVersion() >= 6) {
             EXPECT_EQ(confined.errors, free.errors) << command;
         }
-        EXPECT_THAT(std::filesystem::directory_iterator(confinement->temporaryFolder()),
-                    ::testing::ResultOf([](auto folder) { return std::distance(begin(folder), end(folder)); },
-                                        ::testing::Eq(0)))
-            << command;
+        EXPECT_TRUE(std::filesystem::is_empty(confinement->temporaryFolder())) << command;
     }
     EXPECT_THAT(bystanders.harm(), IsEmpty());
 }
@@ -130,7 +129,7 @@ TEST_F(ConfinedCommand, TheCommandSeesNoDescriptorOfTheParent) {
     ASSERT_TRUE(confinement) << confinement.error();
     const auto outcome = testing::runShell(
         {.command = "exec find /proc/self/fd -type l -printf '%f %l\\n'", .confinement = &*confinement});
-    EXPECT_THAT(outcome.output, Not(::testing::HasSubstr("passwd")));
+    EXPECT_THAT(outcome.output, AllOf(HasSubstr("0 /dev/null"), Not(HasSubstr("passwd"))));
     ::close(secret);
 }
 
@@ -159,14 +158,14 @@ TEST_F(ConfinedCommand, ACrashLeavesNoCoreFile) {
                                             .folder = folder.path(),
                                             .confinement = &*confinement});
     EXPECT_EQ(outcome.status, 128 + SIGSEGV);
-    EXPECT_THAT(outcome.output, Not(::testing::HasSubstr("unlimited")));
+    EXPECT_THAT(outcome.output, Not(HasSubstr("unlimited")));
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(ConfinementElsewhere, AKernelWithoutLandlockIsToldInOneLine) {
     const auto confinement = PreparedConfinement::prepare(0);
     ASSERT_FALSE(confinement);
-    EXPECT_THAT(confinement.error(), ::testing::HasSubstr("Landlock"));
+    EXPECT_THAT(confinement.error(), HasSubstr("Landlock"));
 }
 
 } // namespace
