@@ -12,6 +12,6 @@ namespace torvo {
 /// program, so that starting one costs the same however large this process is (vfork(2)); this thread waits meanwhile.
 /// `confinement`: what the child puts on before it becomes the program, or null for none.
 [[nodiscard]] std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& request,
-                                                                   const PreparedConfinement* confinement);
+                                                                   const PreparedConfinement* confinement = nullptr);
 
 } // namespace torvo
