@@ -8,6 +8,7 @@
 #include "support/Text.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <expected>

@@ -5,8 +5,9 @@
 #include "planning/RulesStore.h"
 #include "support/Text.h"
 
-#include <algorithm>
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace torvo {
 

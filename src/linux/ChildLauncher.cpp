@@ -170,8 +170,8 @@ std::expected<std::int32_t, LaunchError> launchChild(const LaunchRequest& reques
     if (plan.error != 0) {
         while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
         }
-        return std::unexpected(LaunchError{.description = describe(plan),
-                                           .confinementUnavailable = plan.failedStep == Step::confine});
+        return std::unexpected(
+            LaunchError{.description = describe(plan), .confinementUnavailable = plan.failedStep == Step::confine});
     }
     return pid;
 }

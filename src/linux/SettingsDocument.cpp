@@ -2,6 +2,8 @@
 
 #include "support/Base64.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>

@@ -4,6 +4,7 @@
 #include "linux/SettingsDocument.h"
 
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -4,6 +4,7 @@
 #include "support/Text.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <span>

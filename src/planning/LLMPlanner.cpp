@@ -4,6 +4,7 @@
 #include "support/Json.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <utility>

@@ -4,6 +4,8 @@
 #include "support/Json.h"
 #include "support/Text.h"
 
+#include <nlohmann/json.hpp>
+
 namespace torvo {
 
 namespace {

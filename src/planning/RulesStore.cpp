@@ -3,6 +3,8 @@
 #include "support/Json.h"
 #include "support/Text.h"
 
+#include <nlohmann/json.hpp>
+
 #include <utility>
 
 namespace torvo {

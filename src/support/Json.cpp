@@ -1,5 +1,7 @@
 #include "support/Json.h"
 
+#include <nlohmann/json.hpp>
+
 namespace torvo {
 
 namespace {

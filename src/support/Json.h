@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstddef>
 #include <expected>
@@ -9,6 +9,7 @@
 
 namespace torvo {
 
+/// Declared here only: who looks into a document includes <nlohmann/json.hpp>.
 using Json = nlohmann::json;
 
 /// The deepest nesting of arrays and objects that a document may have.

@@ -16,6 +16,8 @@
 #include "planning/RulesStore.h"
 #include "support/Overloaded.h"
 
+#include <nlohmann/json.hpp>
+
 #include <functional>
 #include <map>
 #include <optional>
