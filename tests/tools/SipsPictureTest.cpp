@@ -192,7 +192,7 @@ TEST(SipsColours, keepTheirProfileWhereTheFormatHoldsIt) {
     const std::string profile = readFile(FileURL(target));
     ASSERT_GT(profile.size(), 128U);
     for (const std::string format : {"png", "jpeg", "tiff", "webp"}) {
-        const std::string converted = (folder / ("wide." + format)).path();
+        const std::string converted = (folder / ("kept." + format)).path();
         ASSERT_EQ(runSips({"-s", "format", format, "-Z", "32", wide, "--out", converted}).errors, "");
         draw({converted, "icc:" + target});
         EXPECT_EQ(readFile(FileURL(target)), profile) << format;
