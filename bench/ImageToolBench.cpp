@@ -43,7 +43,8 @@ Milliseconds median(std::vector<Milliseconds> times) {
 }
 
 Arguments sips(const std::string& from, const std::string& to) {
-    return {TORVO_BIN_DIR "/sips", "-s", "format", "jpeg", "-s", "formatOptions", "75", from, "--out", to};
+    static const std::string program = TORVO_BIN_DIR "/sips";
+    return {program, "-s", "format", "jpeg", "-s", "formatOptions", "75", from, "--out", to};
 }
 
 Arguments vips(const std::string& from, const std::string& to) {

@@ -19,18 +19,18 @@ Job job(const std::vector<std::string>& arguments) {
 }
 
 TEST(SipsArguments, keepTheOperationsInTheOrderGiven) {
-    const Job long_ = job({"in.png", "--resampleHeightWidthMax", "1000", "--rotate", "-90", "--flip", "vertical",
-                           "--cropToHeightWidth", "20", "30", "--resampleHeightWidth", "5", "6", "--resampleWidth", "7",
-                           "--resampleHeight", "8", "--out", "out.png"});
+    const Job withLongNames = job({"in.png", "--resampleHeightWidthMax", "1000", "--rotate", "-90", "--flip",
+                                   "vertical", "--cropToHeightWidth", "20", "30", "--resampleHeightWidth", "5", "6",
+                                   "--resampleWidth", "7", "--resampleHeight", "8", "--out", "out.png"});
     const std::vector<Operation> expected{FitLongestSide{1000}, Rotate{-90},         Flip{Flip::Axis::vertical},
                                           CropCentre{20, 30},   ResizeExactly{5, 6}, ResizeToWidth{7},
                                           ResizeToHeight{8}};
-    EXPECT_EQ(long_.operations, expected);
-    const Job short_ = job({"-Z", "1000", "-r", "-90", "-f", "vertical", "-c", "20", "30", "-z", "5", "6",
-                            "--resampleWidth", "7", "--resampleHeight", "8", "in.png", "-o", "out.png"});
-    EXPECT_EQ(short_.operations, expected);
-    EXPECT_EQ(short_.inputs, std::vector<std::string>{"in.png"});
-    EXPECT_EQ(short_.output, "out.png");
+    EXPECT_EQ(withLongNames.operations, expected);
+    const Job withShortNames = job({"-Z", "1000", "-r", "-90", "-f", "vertical", "-c", "20", "30", "-z", "5", "6",
+                                    "--resampleWidth", "7", "--resampleHeight", "8", "in.png", "-o", "out.png"});
+    EXPECT_EQ(withShortNames.operations, expected);
+    EXPECT_EQ(withShortNames.inputs, std::vector<std::string>{"in.png"});
+    EXPECT_EQ(withShortNames.output, "out.png");
 }
 
 TEST(SipsArguments, takeEveryNameThatAFormatGoesBy) {

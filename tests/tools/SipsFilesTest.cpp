@@ -16,6 +16,7 @@
 namespace torvo::testing {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -100,6 +101,13 @@ TEST(SipsBadInput, thatIsCutAnywhereNeverBecomesAPicture) {
             EXPECT_FALSE((folder / "out").exists());
         }
     }
+    // An end that somebody put after what was left of a picture does not make it whole.
+    const std::string half = readFile(FileURL(jpeg)).substr(0, std::filesystem::file_size(jpeg) / 2);
+    const FileURL mended = folder.file("mended.jpg", half + "\xFF\xD9");
+    EXPECT_EQ(runSips({mended.path(), "--out", (folder / "out.png").path()}).status, 1);
+    // What follows a whole picture does not matter.
+    const FileURL longer = folder.file("longer.jpg", readFile(FileURL(jpeg)) + "more");
+    EXPECT_EQ(runSips({longer.path(), "--out", (folder / "out.png").path()}).errors, "");
 }
 
 TEST(SipsResult, thatWouldBeTooLargeIsRefused) {
@@ -117,7 +125,7 @@ TEST(SipsTargetFile, thatCannotBeWrittenIsAFailureThatLeavesEverythingAsItWas) {
     for (const std::string target : {"/nowhere/b.jpg", "/dev/full", "/proc/b.jpg"}) {
         const Ran ran = runSips({"-s", "format", "jpeg", source, "--out", target});
         EXPECT_EQ(ran.status, 1) << target;
-        EXPECT_THAT(ran.errors, StartsWith("sips: " + source + ": cannot write " + target + ": "));
+        EXPECT_THAT(ran.errors, AllOf(StartsWith("sips: " + source), HasSubstr(": cannot write " + target + ": ")));
         EXPECT_TRUE(isOneLine(ran.errors));
     }
     RunSettings fullDisk;
@@ -140,6 +148,15 @@ TEST(SipsTargetFile, isReplacedInOneStepAndKeepsItsPermissionsAndItsLink) {
     EXPECT_EQ(identify(source, "%m %wx%h"), "PNG 30x20");
     EXPECT_EQ(std::filesystem::status(source).permissions(), std::filesystem::perms(0640));
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("a.png", "link.png"));
+}
+
+TEST(SipsTargetFile, thatGetsAnotherFormatUnderItsOldNameIsPointedOut) {
+    const TemporaryFolder folder;
+    const std::string source = drawPlasma(folder, "a.png");
+    const Ran ran = runSips({"-s", "format", "jpeg", source});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(identify(source, "%m"), "JPEG");
+    EXPECT_EQ(ran.errors, "sips: " + source + ": note: the file holds jpeg now, which its name does not say\n");
 }
 
 TEST(SipsTargetFile, getsTheNameOfItsSourceInAFolder) {

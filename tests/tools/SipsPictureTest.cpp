@@ -1,6 +1,7 @@
 #include "tests/support/SipsRun.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -44,7 +45,7 @@ TEST(SipsFormats, convertFromEachToEveryOther) {
     const Pixels expected = decode(original);
     Strings sources;
     for (const std::string& from : kFormats) {
-        sources.push_back((folder / ("from-" + from + "." + from)).path());
+        sources.push_back((folder / fmt::format("from-{0}.{0}", from)).path());
         ASSERT_EQ(runSips({"-s", "format", from, original, "--out", sources.back()}).errors, "") << from;
     }
     for (const std::string& to : kFormats) {
@@ -56,7 +57,7 @@ TEST(SipsFormats, convertFromEachToEveryOther) {
         EXPECT_EQ(ran.output + ran.errors, "");
         for (const std::string& from : kFormats) {
             const std::string extension = to == "jpeg" && from != "jpeg" ? "jpg" : to;
-            const std::string target = targets + "/from-" + from + "." + extension;
+            const std::string target = fmt::format("{}/from-{}.{}", targets, from, extension);
             std::string name = to;
             std::ranges::transform(name, name.begin(), [](char c) { return static_cast<char>(c - 'a' + 'A'); });
             EXPECT_EQ(identify(target, "%m"), name) << from;

@@ -44,7 +44,7 @@ Complaint takeQuality(const std::string& text, Job& job) {
     const std::optional<int> value = integer(digits);
     if (!value || *value < 0 || *value > 100)
         return "'" + printable(text) + "' is not a quality (low, normal, high, best or 0 to 100)";
-    job.quality = *value;
+    job.quality = value;
     return std::nullopt;
 }
 

@@ -89,6 +89,9 @@ std::expected<void, std::string> Converter::write(const Job& job, const std::str
     if (const auto written = replaceFile(path, {picture->bytes.get(), picture->size}); !written)
         return std::unexpected("cannot write " + printable(path) + ": " + written.error());
     m_written.insert(resolved);
+    if (!job.output && newFormat != format && formatOfPath(input) != newFormat)
+        std::fprintf(stderr, "sips: %s: note: the file holds %s now, which its name does not say\n",
+                     printable(input).c_str(), std::string(nameOf(newFormat)).c_str());
     return {};
 }
 

@@ -32,7 +32,7 @@ Looking
 Output
   -o, --out FILE            write the result there; FILE is replaced if it exists
   -o, --out FOLDER          write each result there, under its own name with the extension of its format
-                            Without --out each picture is replaced by its result.
+                            Without --out each picture is replaced by its result, under the same name.
   Without "-s format" the extension of FILE decides the format; with none, or an unknown one, the format stays.
 
   --                        everything that follows is the name of a picture

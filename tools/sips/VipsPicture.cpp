@@ -32,6 +32,11 @@ const char* loaderOf(Format format) {
     return "";
 }
 
+/// Lost pixels are a mere warning to libjpeg, which paints them grey; the other libraries warn of small matters only.
+VipsFailOn failureLevel(Format format) {
+    return format == Format::jpeg ? VIPS_FAIL_ON_WARNING : VIPS_FAIL_ON_ERROR;
+}
+
 bool holdsProfile(const VImage& image) {
     return image.get_typeof(VIPS_META_ICC_NAME) != 0;
 }
@@ -95,7 +100,7 @@ VImage openPicture(std::span<const std::uint8_t> source, Format format, Frames f
                                  ->set("buffer", blob)
                                  ->set("out", &image)
                                  ->set("access", VIPS_ACCESS_SEQUENTIAL)
-                                 ->set("fail_on", VIPS_FAIL_ON_ERROR);
+                                 ->set("fail_on", failureLevel(format));
     if (frames == Frames::all)
         options->set("n", -1);
     vips_area_unref(VIPS_AREA(blob));
