@@ -46,8 +46,9 @@ void logFailure(const FileURL& applicationSupportFolder, const FailedCommand& fa
     const FileURL folder = applicationSupportFolder.appendingPath("Torvo");
     std::error_code ignored;
     std::filesystem::create_directories(folder.path(), ignored);
+    // Not blocking: a FIFO under the log's name must not stop the program.
     const Descriptor file(::open(folder.appendingPath("command-errors.log").path().c_str(),
-                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR));
     if (!file.isOpen())
         return;
 
