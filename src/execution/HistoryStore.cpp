@@ -24,10 +24,9 @@ HistoryStore::HistoryStore(UserDefaults& defaults)
       m_items(defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{})) {}
 
 std::expected<void, std::string> HistoryStore::record(std::string_view text) {
-    auto items = recorded(m_items, text);
-    if (items == m_items)
+    if (trimmed(text, TextTrim::spacesAndLineBreaks).empty())
         return {};
-    m_items = std::move(items);
+    m_items = recorded(std::move(m_items), text);
     return m_defaults.set(kHistoryKey, m_items);
 }
 
