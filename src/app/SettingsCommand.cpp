@@ -81,6 +81,8 @@ ExitStatus rulesCommand(const std::vector<std::string>& arguments) {
     add->add_option("EXPANSION", expansion, "The command that it stands for")->required();
     auto* remove = app.add_subcommand("remove", "Remove a rule");
     remove->add_option("ID", id, "The rule's identifier, as torvo rules lists it")->required();
+    // After one subcommand the other's name is an ordinary text.
+    app.require_subcommand(0, 1);
     if (const auto status = parse(app, arguments))
         return *status;
 
