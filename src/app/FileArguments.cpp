@@ -20,10 +20,11 @@ std::expected<std::string, std::string> readList(const std::string& name) {
     if (name == "-")
         return std::string(Characters(std::cin), Characters());
     std::error_code failure;
+    if (std::filesystem::is_directory(name, failure))
+        return std::unexpected(fmt::format("cannot read the list {}: it is a folder", name));
     std::ifstream file(name, std::ios::binary);
-    if (std::filesystem::is_directory(name, failure) || !file)
-        return std::unexpected(
-            fmt::format("cannot read the list {}: {}", name, errno != 0 ? std::strerror(errno) : "it is a folder"));
+    if (!file)
+        return std::unexpected(fmt::format("cannot read the list {}: {}", name, std::strerror(errno)));
     return std::string(Characters(file), Characters());
 }
 
