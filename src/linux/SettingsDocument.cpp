@@ -1,6 +1,7 @@
 #include "linux/SettingsDocument.h"
 
 #include "support/Base64.h"
+#include "support/Json.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,42 +15,10 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kDeepestNesting = 512;
-
-bool isNestedTooDeeply(std::string_view text) {
-    int depth = 0;
-    bool isInText = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (isInText && c == '\\')
-            ++i;
-        else if (c == '"')
-            isInText = !isInText;
-        else if (!isInText && (c == '{' || c == '['))
-            ++depth;
-        else if (!isInText && (c == '}' || c == ']'))
-            --depth;
-        if (depth > kDeepestNesting)
-            return true;
-    }
-    return false;
-}
-
-std::expected<json, std::string> parseStrictly(std::string_view text) {
-    if (text.starts_with("\xEF\xBB\xBF"))
-        return std::unexpected("it begins with a byte order mark");
-    if (isNestedTooDeeply(text))
-        return std::unexpected("it is nested too deeply");
-    json document = json::parse(text, nullptr, false);
-    if (document.is_discarded())
-        return std::unexpected("it is not JSON in UTF-8");
-    return document;
-}
-
 } // namespace
 
 std::expected<json, std::string> parseSettings(std::string_view text) {
-    auto document = parseStrictly(text);
+    auto document = parseJson(text);
     if (document && !document->is_object())
         return std::unexpected("it is not a JSON object");
     return document;

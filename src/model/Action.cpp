@@ -208,7 +208,8 @@ std::expected<Action, ActionDecodingError> decodeAction(const Json& document) {
 std::expected<Action, ActionDecodingError> decodeActionText(std::string_view document) {
     const auto parsed = parseJson(document);
     if (!parsed)
-        return std::unexpected(Error{Error::Kind::malformed, parsed.error()});
+        return std::unexpected(
+            Error{Error::Kind::malformed, fmt::format("The text is no action: {}.", parsed.error())});
     return decodeAction(*parsed);
 }
 

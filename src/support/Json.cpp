@@ -38,12 +38,12 @@ bool nestsTooDeep(std::string_view text) {
 
 std::expected<Json, std::string> parseJson(std::string_view text) {
     if (text.starts_with("\xEF\xBB\xBF"))
-        return std::unexpected("The JSON text begins with a byte order mark.");
+        return std::unexpected("it begins with a byte order mark");
     if (nestsTooDeep(text))
-        return std::unexpected("The JSON text is nested too deeply.");
+        return std::unexpected("it is nested too deeply");
     auto document = Json::parse(text, nullptr, false);
     if (document.is_discarded())
-        return std::unexpected("The text is not valid JSON.");
+        return std::unexpected("it is not JSON in UTF-8");
     return document;
 }
 

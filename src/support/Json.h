@@ -16,7 +16,8 @@ using Json = nlohmann::json;
 constexpr std::size_t kMaximumJsonDepth = 512;
 
 /// Reads one JSON document (RFC 8259) strictly: no byte order mark, no comments, UTF-8 only, nothing after the value,
-/// at most `kMaximumJsonDepth` levels. The error is one line that says what is wrong.
+/// at most `kMaximumJsonDepth` levels. The error says what is wrong with the text, as the
+/// end of a sentence: "it is nested too deeply".
 [[nodiscard]] std::expected<Json, std::string> parseJson(std::string_view text);
 
 /// The document on one line, members sorted by key, slashes not escaped. Ill-formed UTF-8 in texts becomes U+FFFD.

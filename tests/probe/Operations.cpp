@@ -239,7 +239,7 @@ const std::map<std::string, Operation, std::less<>>& operations() {
 Json answer(const std::string& line) {
     const auto request = parseJson(line);
     if (!request)
-        return {{"error", request.error()}};
+        return {{"error", "cannot read the line: " + request.error()}};
     const Json* name = memberOf(*request, "op");
     if (name == nullptr || !name->is_string())
         return {{"error", "a line is an object with the text \"op\" and the object \"in\""}};

@@ -2,6 +2,8 @@
 // from outside.
 #include "tests/probe/Operations.h"
 
+#include <nlohmann/json.hpp>
+
 #include <iostream>
 #include <string>
 
