@@ -1,6 +1,9 @@
 #include "linux/ChildLauncher.h"
 
+#include "execution/ProcessRunner.h"
 #include "linux/LinuxProcessHost.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,6 +15,7 @@
 #include <string>
 
 using namespace torvo;
+using namespace torvo::testing;
 
 namespace {
 
@@ -90,11 +94,30 @@ TEST(ChildLauncher, WorksWhenItsOwnStandardStreamsAreClosed) {
     EXPECT_EQ(status, 0);
 }
 
-TEST(ChildLauncher, RefusesAConfinedChildOnAMachineThatCannotConfine) {
+TEST(LinuxProcessHost, ConfinesAChildAndEndsWhatItLeavesBehind) {
     LinuxProcessHost host;
-    if (host.canConfine())
-        GTEST_SKIP() << "this machine can";
-    const auto launched = host.launch({.executable = "/bin/true", .confinement = Confinement::readOnly});
-    ASSERT_FALSE(launched);
-    EXPECT_TRUE(launched.error().confinementUnavailable);
+    if (!host.canConfine())
+        GTEST_SKIP() << "this machine cannot confine";
+    const TemporaryFolder folder;
+    ProcessRunner runner(host);
+    const auto run = [&](const std::string& script) {
+        return runner.run({.executable = "/bin/zsh",
+                           .arguments = {"-c", script, "torvo"},
+                           .workingFolder = folder.url(),
+                           .confinement = Confinement::readOnly});
+    };
+    const auto result = run("print no > here; print yes > $TMPDIR/there; cat $TMPDIR/there; print $TMPDIR");
+    EXPECT_FALSE((folder / "here").exists());
+    const std::string output(result.standardOutput.text());
+    ASSERT_EQ(output.substr(0, 5), "yes\n/") << result.standardError.text();
+    EXPECT_FALSE(FileURL(output.substr(4, output.size() - 5)).exists()) << "the private folder goes with the run";
+
+    const auto left = run("sleep 300 >&- 2>&- & print -n $!");
+    EXPECT_EQ(left.status, 0);
+    const auto job = host.identity(std::stoi(std::string(left.standardOutput.text())));
+    EXPECT_TRUE(eventually([&] { return !job || host.hasEnded(*job); }));
+
+    EXPECT_FALSE(
+        runner.run({.executable = "/usr/bin/nope", .confinement = Confinement::readOnly}).confinementUnavailable)
+        << "that is another failure";
 }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <thread>
 
@@ -58,18 +59,19 @@ TEST(ProcessTable, ReadsStatusPastAnyCommandName) {
 
 TEST(ProcessTable, ListsTheChildrenOfAllThreadsAndSoDoesTheScan) {
     std::optional<IdleChild> ours(std::in_place);
-    std::optional<IdleChild> theThreads;
+    std::atomic<pid_t> theThreads = 0;
     std::atomic<bool> mayEnd = false;
     std::thread thread([&] {
-        theThreads.emplace();
+        const IdleChild child;
+        theThreads = child.pid();
         while (!mayEnd)
             std::this_thread::yield();
     });
+    EXPECT_TRUE(eventually([&] { return theThreads != 0; }));
     const auto isListed = [&](const std::vector<std::int32_t>& list) {
-        return theThreads && std::ranges::count(list, ours->pid()) == 1 &&
-               std::ranges::count(list, theThreads->pid()) == 1;
+        return std::ranges::count(list, ours->pid()) == 1 && std::ranges::count(list, theThreads.load()) == 1;
     };
-    EXPECT_TRUE(eventually([&] { return isListed(process_table::children(::getpid())); }));
+    EXPECT_TRUE(isListed(process_table::children(::getpid())));
     EXPECT_TRUE(isListed(process_table::childrenByScan(::getpid())));
     mayEnd = true;
     thread.join();
