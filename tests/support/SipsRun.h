@@ -1,36 +1,14 @@
 #pragma once
 
-#include "support/FileURL.h"
+#include "tests/support/Program.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace torvo::testing {
 
-struct Ran {
-    /// The exit status; 128 plus the signal for a program that a signal ended.
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-struct RunSettings {
-    std::string program = TORVO_BIN_DIR "/sips";
-    std::string folder = "/";
-    /// The largest file that the program may write, as if the disk were full then.
-    std::optional<std::uint64_t> largestFile;
-};
-
-/// Starts a program and returns its process number; its streams go to the files named.
-[[nodiscard]] int start(const std::vector<std::string>& arguments, const RunSettings& settings,
-                        const std::string& outputFile, const std::string& errorFile);
-/// Waits for the end of a started program.
-[[nodiscard]] int statusOf(int process);
-
-/// Runs sips (or another program) to its end.
-[[nodiscard]] Ran run(const std::vector<std::string>& arguments, const RunSettings& settings = {});
+/// Runs sips to its end.
 [[nodiscard]] Ran runSips(const std::vector<std::string>& arguments);
 
 /// Makes a picture with ImageMagick's convert. Fails the test when that fails.
