@@ -28,9 +28,7 @@ struct CommandArguments {
     void addTo(CLI::App& app) {
         app.add_option("COMMAND", command, "What to do, in one argument: \"jpg\", \"select all png\", \"zip\", …")
             ->required();
-        // Without extra arguments CLI11 leaves a name such as "[a,b]" whole instead of reading it as a list.
-        app.add_option("FILE", paths, "The files to act on; their folder is that of the first")
-            ->allow_extra_args(false);
+        app.add_option("FILE", paths, "The files to act on; their folder is that of the first");
         app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
         app.add_flag("-0,--null", isNulSeparated, "The list's names end in a NUL byte, as find -print0 writes them");
         app.add_flag("--json", isJson, "Print one JSON object");
