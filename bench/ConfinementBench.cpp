@@ -1,21 +1,19 @@
 // What confining a run costs: the same vfork, exec and wait of `zsh -c true`, bare and confined.
+#include "Ratio.h"
 #include "linux/Confinement.h"
 
-#include <benchmark/benchmark.h>
-#include <fmt/core.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <vector>
+#include <cstdio>
+#include <cstdlib>
+
+using namespace torvo;
+using namespace torvo::bench;
 
 namespace {
 
-using namespace torvo;
-using Milliseconds = std::chrono::duration<double, std::milli>;
-
-[[gnu::noinline]] bool runTrue(const PreparedConfinement* confinement) {
+[[gnu::noinline]] void runTrue(const PreparedConfinement* confinement) {
     static char shell[] = "/bin/zsh";
     static char option[] = "-c";
     static char command[] = "true";
@@ -28,48 +26,25 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
     }
     int status = -1;
     ::waitpid(child, &status, 0);
-    return status == 0;
-}
-
-bool runConfined() {
-    const auto confinement = PreparedConfinement::prepare();
-    return confinement && runTrue(&*confinement);
-}
-
-double milliseconds(auto run) {
-    const auto start = std::chrono::steady_clock::now();
-    run();
-    return Milliseconds(std::chrono::steady_clock::now() - start).count();
-}
-
-/// The time of an undisturbed run: a tenth of the runs took less.
-double undisturbed(std::vector<double> values) {
-    const auto tenth = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
-    std::ranges::nth_element(values, tenth);
-    return *tenth;
-}
-
-/// Bare and confined runs take turns, so that a busy moment of the machine weighs on both.
-void confinementCost(benchmark::State& state) {
-    std::vector<double> bare;
-    std::vector<double> confined;
-    std::vector<double> preparing;
-    for (auto _ : state) {
-        bool done = true;
-        bare.push_back(milliseconds([&] { done &= runTrue(nullptr); }));
-        confined.push_back(milliseconds([&] { done &= runConfined(); }));
-        preparing.push_back(milliseconds([] { benchmark::DoNotOptimize(PreparedConfinement::prepare()); }));
-        if (!done)
-            state.SkipWithError("a run failed");
+    if (status != 0) {
+        std::fprintf(stderr, "ConfinementBench: a run failed\n");
+        std::exit(1);
     }
-    state.counters["bare_ms"] = undisturbed(bare);
-    state.counters["added_ms"] = undisturbed(confined) - undisturbed(bare);
-    state.counters["of_that_prepare_ms"] = undisturbed(preparing);
-    state.counters["ratio"] = undisturbed(confined) / undisturbed(bare);
 }
 
-BENCHMARK(confinementCost)->Name("zsh -c true, confined / bare")->Iterations(400)->Unit(benchmark::kMillisecond);
+void runConfined() {
+    const auto confinement = PreparedConfinement::prepare();
+    runTrue(confinement ? &*confinement : nullptr);
+}
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main() {
+    if (!PreparedConfinement::prepare()) {
+        std::printf("confinement is not possible on this machine\n");
+        return 0;
+    }
+    const auto times = compare([] { runTrue(nullptr); }, [] { runConfined(); }, 401);
+    reportRatio("run zsh -c true, confined", times, 1.5);
+    reportValue("  added", (times.work - times.floor) * 1e3, "ms", 1.0);
+}
