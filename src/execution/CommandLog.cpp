@@ -1,5 +1,6 @@
 #include "execution/CommandLog.h"
 
+#include "support/Descriptor.h"
 #include "support/Overloaded.h"
 #include "support/Text.h"
 
@@ -31,19 +32,21 @@ std::string timestamp(std::chrono::system_clock::time_point time) {
                        parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, milliseconds % 1000);
 }
 
+/// Not blocking: a FIFO under the log's name must not stop the program.
+Descriptor opened(const FileURL& file) {
+    return Descriptor(::open(file.path().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+}
+
 void appendLine(const FileURL& file, const std::string& line) {
-    std::error_code failure;
-    std::filesystem::create_directories(file.deletingLastPathComponent().path(), failure);
-    if (failure)
-        return;
-    // Not blocking: a FIFO under the log's name must not stop the program.
-    const int descriptor = ::open(file.path().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
-    if (descriptor < 0)
-        return;
-    if (::write(descriptor, line.data(), line.size()) < 0) {
+    auto log = opened(file);
+    if (!log.isOpen() && errno == ENOENT) {
+        std::error_code ignored;
+        std::filesystem::create_directories(file.deletingLastPathComponent().path(), ignored);
+        log = opened(file);
+    }
+    if (log.isOpen() && ::write(log.get(), line.data(), line.size()) < 0) {
         // The log is best effort: what cannot be written is left out.
     }
-    ::close(descriptor);
 }
 
 std::string specText(const SelectionSpec& spec) {

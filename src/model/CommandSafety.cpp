@@ -6,7 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <cstdint>
+#include <ranges>
 #include <utility>
 
 namespace torvo {
@@ -41,24 +42,9 @@ const RE2& arithmeticExpansion() {
     return pattern;
 }
 
-const RE2& overwriteFlag() {
-    static const RE2& pattern = compiled("(?:^|[@space])-y(?:[@space]|$)");
-    return pattern;
-}
-
 const RE2& sedInPlace() {
     static const RE2& pattern = compiled(R"((?:^|[^@word@extender])[@extender]*sed)"
                                          R"((?:[^@word@extender\n;|][^\n;|]*)?[@space]-i(?:[@space]|$))");
-    return pattern;
-}
-
-const RE2& execProgram() {
-    static const RE2& pattern = compiled("-exec[@space]+([^@space;]+)");
-    return pattern;
-}
-
-const RE2& sortOutput() {
-    static const RE2& pattern = compiled("(?:^|[@space])(?:-o|--output)(?:[@space]|=|$)");
     return pattern;
 }
 
@@ -80,17 +66,51 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
-/// A constant set of words, sorted at compile time.
+bool beginsWithWhiteSpace(std::string_view text) {
+    return !text.empty() && isWhiteSpace(codePointAt(text, 0).value);
+}
+
+bool endsWithWhiteSpace(std::string_view text) {
+    return !text.empty() && isWhiteSpace(codePointBefore(text, text.size()).value);
+}
+
+enum class OptionValue { none, afterEqualsSign };
+
+/// Whether `option` stands in `text` between white space or the ends; with a value, "=" may follow it as well.
+bool hasOption(std::string_view text, std::string_view option, OptionValue value = OptionValue::none) {
+    for (auto at = text.find(option); at != std::string_view::npos; at = text.find(option, at + 1)) {
+        const auto before = text.substr(0, at);
+        const auto after = text.substr(at + option.size());
+        const bool ends = after.empty() || beginsWithWhiteSpace(after) ||
+                          (value == OptionValue::afterEqualsSign && after.starts_with('='));
+        if (ends && (before.empty() || endsWithWhiteSpace(before)))
+            return true;
+    }
+    return false;
+}
+
+/// A constant set of words, sorted at compile time. Most words that are not in it are told by their length and first
+/// byte alone.
 template <std::size_t count>
 class WordSet {
   public:
     constexpr explicit WordSet(std::array<std::string_view, count> words) : m_words(words) {
         std::ranges::sort(m_words);
+        for (const auto word : m_words)
+            m_firstLetters.at(word.size()) |= letterBit(word.front());
     }
-    [[nodiscard]] bool contains(std::string_view word) const { return std::ranges::binary_search(m_words, word); }
+    [[nodiscard]] bool contains(std::string_view word) const {
+        return !word.empty() && word.size() < m_firstLetters.size() &&
+               (m_firstLetters[word.size()] & letterBit(word.front())) != 0 &&
+               std::ranges::binary_search(m_words, word);
+    }
 
   private:
+    static constexpr std::uint32_t letterBit(char c) { return std::uint32_t{1} << (static_cast<unsigned>(c) % 32); }
+
     std::array<std::string_view, count> m_words;
+    /// For each length of a word, which first letters occur.
+    std::array<std::uint32_t, 16> m_firstLetters{};
 };
 
 constexpr WordSet kDestructiveCommands(std::array{
@@ -127,17 +147,25 @@ constexpr WordSet kReadOnlySelectionCommands(std::array{
 
 constexpr WordSet kPreviewBlockWords(std::array{"done"sv, "fi"sv, "else"sv});
 
-std::string strippingSpans(std::string_view text, char quote) {
-    std::string result;
-    result.reserve(text.size());
+/// Replaces every span between two `quote` characters, these included, by one space.
+void stripSpans(std::string& text, char quote) {
+    auto kept = text.find(quote);
+    auto close = kept == std::string::npos ? kept : text.find(quote, kept + 1);
+    if (close == std::string::npos)
+        return;
+    // What is kept moves down over what is not: `kept` is where the next piece goes.
     while (true) {
-        const auto open = text.find(quote);
-        const auto close = open == std::string_view::npos ? open : text.find(quote, open + 1);
-        if (close == std::string_view::npos)
-            return result.append(text);
-        result.append(text.substr(0, open)).push_back(' ');
-        text.remove_prefix(close + 1);
+        text[kept++] = ' ';
+        const auto open = text.find(quote, close + 1);
+        const auto next = open == std::string::npos ? open : text.find(quote, open + 1);
+        const auto end = next == std::string::npos ? text.size() : open;
+        std::copy(text.data() + close + 1, text.data() + end, text.data() + kept);
+        kept += end - close - 1;
+        if (next == std::string::npos)
+            break;
+        close = next;
     }
+    text.resize(kept);
 }
 
 /// The last component of a path-like word: "rm" of "/bin/rm" and of "rm/".
@@ -148,15 +176,27 @@ std::string_view lastComponent(std::string_view word) {
     return slash == std::string_view::npos || word.size() == 1 ? word : word.substr(slash + 1);
 }
 
+/// For each byte whether it is one of the ASCII characters that make words.
+constexpr auto kASCIIWordCharacters = [] {
+    std::array<bool, 256> table{};
+    for (unsigned c = 0; c < 128; ++c)
+        table.at(c) = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+                      c == '.' || c == '/' || c == '-';
+    return table;
+}();
+
+bool isASCII(char c) {
+    return static_cast<unsigned char>(c) < 0x80;
+}
+
 bool isASCIIWordCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '.' ||
-           c == '/' || c == '-';
+    return kASCIIWordCharacters[static_cast<unsigned char>(c)];
 }
 
 /// The length in bytes of the user-perceived character at `offset`.
 std::size_t characterLength(std::string_view text, std::size_t offset) {
     auto end = offset + codePointAt(text, offset).length;
-    while (end < text.size() && static_cast<unsigned char>(text[end]) >= 0x80) {
+    while (end < text.size() && !isASCII(text[end])) {
         const auto next = codePointAt(text, end);
         if (!isExtender(next.value))
             break;
@@ -168,8 +208,8 @@ std::size_t characterLength(std::string_view text, std::size_t offset) {
 /// The length in bytes of the word character at `offset`; 0 when the character there separates words.
 std::size_t wordCharacterLength(std::string_view text, std::size_t offset) {
     const char c = text[offset];
-    const bool isPlain = offset + 1 == text.size() || static_cast<unsigned char>(text[offset + 1]) < 0x80;
-    if (static_cast<unsigned char>(c) < 0x80 && isPlain)
+    const bool isPlain = offset + 1 == text.size() || isASCII(text[offset + 1]);
+    if (isASCII(c) && isPlain)
         return isASCIIWordCharacter(c) ? 1 : 0;
     const auto base = codePointAt(text, offset);
     const auto length = characterLength(text, offset);
@@ -178,17 +218,23 @@ std::size_t wordCharacterLength(std::string_view text, std::size_t offset) {
     return isWord ? length : 0;
 }
 
+/// The length in bytes of the word that begins `text`; 0 when a separator does.
+std::size_t wordLength(std::string_view text) {
+    std::size_t end = 0;
+    for (std::size_t length = 0; end < text.size() && (length = wordCharacterLength(text, end)) > 0;)
+        end += length;
+    return end;
+}
+
 /// Calls `visit` with each word of `text` until it answers true; whether it did.
 template <typename Visit>
 bool anyWord(std::string_view text, Visit visit) {
     std::size_t i = 0;
     while (i < text.size()) {
-        const auto start = i;
-        for (std::size_t length = 0; i < text.size() && (length = wordCharacterLength(text, i)) > 0;)
-            i += length;
-        if (i > start) {
-            if (visit(text.substr(start, i - start)))
+        if (const auto length = wordLength(text.substr(i)); length > 0) {
+            if (visit(text.substr(i, length)))
                 return true;
+            i += length;
         } else {
             i += characterLength(text, i);
         }
@@ -196,38 +242,53 @@ bool anyWord(std::string_view text, Visit visit) {
     return false;
 }
 
-bool containsSubstitution(std::string withoutSingleQuotes) {
-    if (!contains(withoutSingleQuotes, "$("))
-        return false;
-    RE2::GlobalReplace(&withoutSingleQuotes, arithmeticExpansion(), "");
-    return contains(withoutSingleQuotes, "$(");
+bool containsSubstitution(std::string_view withoutSingleQuotes) {
+    if (!contains(withoutSingleQuotes, "$(("))
+        return contains(withoutSingleQuotes, "$(");
+    std::string withoutArithmetic(withoutSingleQuotes);
+    RE2::GlobalReplace(&withoutArithmetic, arithmeticExpansion(), "");
+    return contains(withoutArithmetic, "$(");
 }
 
-bool isReadOnlySegment(std::string_view segment, std::string_view wholeCommand) {
-    std::optional<std::string_view> first;
+/// Whether "-exec" runs nothing but stat. Words end at white space and at ";".
+bool executesOnlyStat(std::string_view segment) {
+    constexpr std::string_view kOption = "-exec";
+    for (auto at = segment.find(kOption); at != std::string_view::npos; at = segment.find(kOption)) {
+        segment.remove_prefix(at + kOption.size());
+        if (!beginsWithWhiteSpace(segment))
+            continue;
+        segment = trimmedStart(segment, TextTrim::spacesAndLineBreaks);
+        std::size_t end = 0;
+        while (end < segment.size() && segment[end] != ';' && !beginsWithWhiteSpace(segment.substr(end)))
+            end += codePointAt(segment, end).length;
+        const auto program = segment.substr(0, end);
+        if (!program.empty() && lastComponent(program) != "stat")
+            return false;
+        segment.remove_prefix(end);
+    }
+    return true;
+}
+
+/// `callsSystem`: the command mentions awk's system() anywhere.
+bool isReadOnlySegment(std::string_view segment, bool callsSystem) {
+    std::string_view command;
     anyWord(segment, [&](std::string_view word) {
-        first = word;
+        command = lastComponent(word);
         return true;
     });
-    if (!first)
-        return false;
-    const auto command = lastComponent(*first);
     if (!kReadOnlySelectionCommands.contains(command))
         return false;
     if (command == "find") {
         // "-ok" covers "-okdir".
         if (contains(segment, "-delete") || contains(segment, "-execdir") || contains(segment, "-ok"))
             return false;
-        re2::StringPiece rest(segment.data(), segment.size());
-        re2::StringPiece program;
-        while (RE2::FindAndConsume(&rest, execProgram(), &program)) {
-            if (lastComponent({program.data(), program.size()}) != "stat")
-                return false;
-        }
+        return executesOnlyStat(segment);
     }
-    if (command == "sort" && found(sortOutput(), segment))
-        return false;
-    return command != "awk" || !contains(wholeCommand, "system(");
+    if (command == "sort") {
+        return !hasOption(segment, "-o", OptionValue::afterEqualsSign) &&
+               !hasOption(segment, "--output", OptionValue::afterEqualsSign);
+    }
+    return command != "awk" || !callsSystem;
 }
 
 enum class PreviewStep { harmless, prints, refused };
@@ -252,7 +313,10 @@ PreviewStep classifyPreviewSegment(std::string_view segment) {
 } // namespace
 
 std::string strippingQuotedContent(std::string_view text) {
-    return strippingSpans(strippingSpans(text, '\''), '"');
+    std::string stripped(text);
+    stripSpans(stripped, '\'');
+    stripSpans(stripped, '"');
+    return stripped;
 }
 
 std::vector<std::string_view> shellLikeWords(std::string_view text) {
@@ -276,9 +340,7 @@ bool commandSubstitutionsAreSafe(std::string_view command) {
             continue;
         }
         const auto word = trimmedStart(command.substr(from), TextTrim::spacesAndLineBreaks);
-        std::size_t end = 0;
-        for (std::size_t length = 0; end < word.size() && (length = wordCharacterLength(word, end)) > 0;)
-            end += length;
+        const auto end = wordLength(word);
         if (!kSafeSubstitutionCommands.contains(lastComponent(word.substr(0, end))))
             return false;
         from = command.size() - word.size() + end;
@@ -287,18 +349,19 @@ bool commandSubstitutionsAreSafe(std::string_view command) {
 
 bool looksDestructive(std::string_view command, SafeSubstitutions substitutions) {
     const auto lower = lowercased(command);
-    const auto withoutSingleQuotes = strippingSpans(lower, '\'');
-    if (containsSubstitution(withoutSingleQuotes) &&
+    auto unquoted = lower;
+    stripSpans(unquoted, '\'');
+    if (containsSubstitution(unquoted) &&
         (substitutions == SafeSubstitutions::rejected || !commandSubstitutionsAreSafe(command)))
         return true;
-    if (contains(withoutSingleQuotes, "`"))
+    if (contains(unquoted, "`"))
         return true;
-    const auto unquoted = strippingSpans(withoutSingleQuotes, '"');
+    stripSpans(unquoted, '"');
     if (contains(unquoted, ">") || contains(unquoted, "-delete") || contains(unquoted, ":(){"))
         return true;
-    if (contains(lower, "ffmpeg") && found(overwriteFlag(), lower))
+    if (contains(lower, "ffmpeg") && hasOption(lower, "-y"))
         return true;
-    if (contains(lower, "sed") && found(sedInPlace(), lower))
+    if (contains(lower, "sed") && hasOption(lower, "-i") && found(sedInPlace(), lower))
         return true;
     return anyWord(lower, [](std::string_view word) { return kDestructiveCommands.contains(lastComponent(word)); });
 }
@@ -323,20 +386,20 @@ std::vector<std::string> matches(std::string_view pattern, std::string_view text
 }
 
 bool isProvablyReadOnlySelectionCommand(std::string_view command) {
-    const auto lower = lowercased(command);
-    const auto withoutSingleQuotes = strippingSpans(lower, '\'');
-    auto unquoted = strippingSpans(withoutSingleQuotes, '"');
-    if (unquoted.find_first_of("\n&><") != std::string::npos)
+    auto text = lowercased(command);
+    const bool callsSystem = contains(text, "system(");
+    stripSpans(text, '\'');
+    if (contains(text, "`") || contains(text, "$("))
         return false;
-    if (contains(withoutSingleQuotes, "`") || contains(withoutSingleQuotes, "$("))
+    stripSpans(text, '"');
+    if (text.empty() || text.find_first_of("\n&><") != std::string::npos)
         return false;
-    for (std::size_t i = unquoted.find(';'); i != std::string::npos; i = unquoted.find(';', i + 1)) {
-        if (i == 0 || unquoted[i - 1] != '\\')
+    for (auto i = text.find(';'); i != std::string::npos; i = text.find(';', i + 1)) {
+        if (i == 0 || text[i - 1] != '\\')
             return false;
     }
-    return std::ranges::all_of(split(unquoted, '|'), [&](std::string_view segment) {
-        return !trimmedOf(segment, " \t").empty() && isReadOnlySegment(segment, lower);
-    });
+    return std::ranges::all_of(std::views::split(text, '|'),
+                               [&](auto segment) { return isReadOnlySegment(std::string_view(segment), callsSystem); });
 }
 
 bool isSafePreviewCommand(std::string_view command) {

@@ -31,20 +31,6 @@ bool isTrimmed(std::int32_t c, TextTrim trim) {
     return isSpace(c) || (trim == TextTrim::spacesAndLineBreaks && isLineBreak(c));
 }
 
-/// The character that ends at byte `end`.
-CodePoint codePointBefore(std::string_view text, std::size_t end) {
-    const auto last = static_cast<unsigned char>(text[end - 1]);
-    if (last < 0x80)
-        return {last, 1};
-    const auto window =
-        text.substr(end - std::min<std::size_t>(end, U8_MAX_LENGTH), std::min<std::size_t>(end, U8_MAX_LENGTH));
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(window.data());
-    auto position = static_cast<std::int32_t>(window.size());
-    UChar32 c = 0;
-    U8_PREV(bytes, 0, position, c);
-    return {c, window.size() - static_cast<std::size_t>(position)};
-}
-
 /// Applies `convert` to each well-formed stretch of `text` and keeps the other bytes as they are.
 template <typename Convert>
 std::string convertingWellFormed(std::string_view text, Convert convert) {
@@ -106,6 +92,19 @@ CodePoint codePointAt(std::string_view text, std::size_t offset) {
     UChar32 c = 0;
     U8_NEXT(bytes, position, static_cast<std::int32_t>(window.size()), c);
     return {c, static_cast<std::size_t>(position)};
+}
+
+CodePoint codePointBefore(std::string_view text, std::size_t end) {
+    const auto last = static_cast<unsigned char>(text[end - 1]);
+    if (last < 0x80)
+        return {last, 1};
+    const auto window =
+        text.substr(end - std::min<std::size_t>(end, U8_MAX_LENGTH), std::min<std::size_t>(end, U8_MAX_LENGTH));
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(window.data());
+    auto position = static_cast<std::int32_t>(window.size());
+    UChar32 c = 0;
+    U8_PREV(bytes, 0, position, c);
+    return {c, window.size() - static_cast<std::size_t>(position)};
 }
 
 std::string lowercased(std::string_view text) {
@@ -218,6 +217,10 @@ std::string joined(const std::vector<std::string>& pieces, std::string_view sepa
 
 bool isLetterOrNumber(std::int32_t codePoint) {
     return codePoint >= 0 && (U_GET_GC_MASK(codePoint) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
+}
+
+bool isWhiteSpace(std::int32_t codePoint) {
+    return isTrimmed(codePoint, TextTrim::spacesAndLineBreaks);
 }
 
 bool isExtender(std::int32_t codePoint) {

@@ -29,6 +29,9 @@ struct CodePoint {
 /// The character that begins at byte `offset`, which must lie inside the text.
 [[nodiscard]] CodePoint codePointAt(std::string_view text, std::size_t offset);
 
+/// The character that ends before byte `end`, which must not be the beginning.
+[[nodiscard]] CodePoint codePointBefore(std::string_view text, std::size_t end);
+
 /// Full Unicode lower-casing by the rules of the root locale.
 [[nodiscard]] std::string lowercased(std::string_view text);
 
@@ -64,6 +67,9 @@ struct CodePoint {
 
 /// A character of Unicode category L (letter) or N (number).
 [[nodiscard]] bool isLetterOrNumber(std::int32_t codePoint);
+
+/// A character of the Unicode property White_Space: a space, a tab or a line break.
+[[nodiscard]] bool isWhiteSpace(std::int32_t codePoint);
 
 /// A character that extends the one before it to one user-perceived character (Grapheme_Extend, ZWJ, spacing marks).
 [[nodiscard]] bool isExtender(std::int32_t codePoint);
