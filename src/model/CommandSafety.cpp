@@ -66,6 +66,11 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
+/// One scan for each character: there are few, and each scan is faster than comparing with all of them at once.
+bool containsAnyOf(std::string_view text, std::string_view characters) {
+    return std::ranges::any_of(characters, [&](char c) { return text.find(c) != std::string_view::npos; });
+}
+
 bool beginsWithWhiteSpace(std::string_view text) {
     return !text.empty() && isWhiteSpace(codePointAt(text, 0).value);
 }
@@ -89,28 +94,43 @@ bool hasOption(std::string_view text, std::string_view option, OptionValue value
     return false;
 }
 
-/// A constant set of words, sorted at compile time. Most words that are not in it are told by their length and first
-/// byte alone.
+/// A constant set of words, kept by length: most words that are not in it are told by their length and first letter.
 template <std::size_t count>
 class WordSet {
   public:
     constexpr explicit WordSet(std::array<std::string_view, count> words) : m_words(words) {
-        std::ranges::sort(m_words);
-        for (const auto word : m_words)
-            m_firstLetters.at(word.size()) |= letterBit(word.front());
+        std::ranges::sort(m_words, {}, &std::string_view::size);
+        for (std::size_t i = 0; i < count; ++i) {
+            auto& group = m_groups.at(m_words[i].size());
+            if (group.firstLetters == 0)
+                group.begin = i;
+            group.end = i + 1;
+            group.firstLetters |= letterBit(m_words[i]);
+        }
     }
     [[nodiscard]] bool contains(std::string_view word) const {
-        return !word.empty() && word.size() < m_firstLetters.size() &&
-               (m_firstLetters[word.size()] & letterBit(word.front())) != 0 &&
-               std::ranges::binary_search(m_words, word);
+        if (word.empty() || word.size() >= m_groups.size())
+            return false;
+        const auto& group = m_groups[word.size()];
+        return (group.firstLetters & letterBit(word)) != 0 &&
+               std::any_of(m_words.begin() + group.begin, m_words.begin() + group.end,
+                           [&](std::string_view member) { return member.front() == word.front() && member == word; });
     }
 
   private:
-    static constexpr std::uint32_t letterBit(char c) { return std::uint32_t{1} << (static_cast<unsigned>(c) % 32); }
+    static constexpr std::uint32_t letterBit(std::string_view word) {
+        return std::uint32_t{1} << (static_cast<unsigned char>(word.front()) % 32);
+    }
+
+    /// The words of one length.
+    struct Group {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        std::uint32_t firstLetters = 0;
+    };
 
     std::array<std::string_view, count> m_words;
-    /// For each length of a word, which first letters occur.
-    std::array<std::uint32_t, 16> m_firstLetters{};
+    std::array<Group, 16> m_groups{};
 };
 
 constexpr WordSet kDestructiveCommands(std::array{
@@ -172,8 +192,10 @@ void stripSpans(std::string& text, char quote) {
 std::string_view lastComponent(std::string_view word) {
     while (word.size() > 1 && word.back() == '/')
         word.remove_suffix(1);
-    const auto slash = word.rfind('/');
-    return slash == std::string_view::npos || word.size() == 1 ? word : word.substr(slash + 1);
+    auto start = word.size();
+    while (start > 0 && word[start - 1] != '/')
+        --start;
+    return word.size() == 1 ? word : word.substr(start);
 }
 
 /// For each byte whether it is one of the ASCII characters that make words.
@@ -195,7 +217,7 @@ bool isASCIIWordCharacter(char c) {
 
 /// The length in bytes of the user-perceived character at `offset`.
 std::size_t characterLength(std::string_view text, std::size_t offset) {
-    auto end = offset + codePointAt(text, offset).length;
+    auto end = offset + (isASCII(text[offset]) ? 1 : codePointAt(text, offset).length);
     while (end < text.size() && !isASCII(text[end])) {
         const auto next = codePointAt(text, end);
         if (!isExtender(next.value))
@@ -221,30 +243,39 @@ std::size_t wordCharacterLength(std::string_view text, std::size_t offset) {
 /// The length in bytes of the word that begins `text`; 0 when a separator does.
 std::size_t wordLength(std::string_view text) {
     std::size_t end = 0;
-    for (std::size_t length = 0; end < text.size() && (length = wordCharacterLength(text, end)) > 0;)
+    while (true) {
+        const auto start = end;
+        while (end < text.size() && isASCIIWordCharacter(text[end]))
+            ++end;
+        if (end == text.size() || isASCII(text[end]))
+            return end;
+        // What follows may be an accent of the last of these.
+        if (end > start)
+            --end;
+        const auto length = wordCharacterLength(text, end);
+        if (length == 0)
+            return end;
         end += length;
-    return end;
+    }
 }
 
 /// Calls `visit` with each word of `text` until it answers true; whether it did.
 template <typename Visit>
 bool anyWord(std::string_view text, Visit visit) {
-    std::size_t i = 0;
-    while (i < text.size()) {
-        if (const auto length = wordLength(text.substr(i)); length > 0) {
-            if (visit(text.substr(i, length)))
-                return true;
-            i += length;
-        } else {
-            i += characterLength(text, i);
-        }
+    while (!text.empty()) {
+        const auto length = wordLength(text);
+        if (length > 0 && visit(text.substr(0, length)))
+            return true;
+        text.remove_prefix(length > 0 ? length : characterLength(text, 0));
     }
     return false;
 }
 
 bool containsSubstitution(std::string_view withoutSingleQuotes) {
+    if (!contains(withoutSingleQuotes, "$("))
+        return false;
     if (!contains(withoutSingleQuotes, "$(("))
-        return contains(withoutSingleQuotes, "$(");
+        return true;
     std::string withoutArithmetic(withoutSingleQuotes);
     RE2::GlobalReplace(&withoutArithmetic, arithmeticExpansion(), "");
     return contains(withoutArithmetic, "$(");
@@ -359,11 +390,15 @@ bool looksDestructive(std::string_view command, SafeSubstitutions substitutions)
     stripSpans(unquoted, '"');
     if (contains(unquoted, ">") || contains(unquoted, "-delete") || contains(unquoted, ":(){"))
         return true;
-    if (contains(lower, "ffmpeg") && hasOption(lower, "-y"))
-        return true;
-    if (contains(lower, "sed") && hasOption(lower, "-i") && found(sedInPlace(), lower))
-        return true;
-    return anyWord(lower, [](std::string_view word) { return kDestructiveCommands.contains(lastComponent(word)); });
+    bool mayOverwrite = false;
+    bool mayEditInPlace = false;
+    const bool namesDestructiveCommand = anyWord(lower, [&](std::string_view word) {
+        mayOverwrite |= word == "-y";
+        mayEditInPlace |= word == "-i";
+        return kDestructiveCommands.contains(lastComponent(word));
+    });
+    return namesDestructiveCommand || (mayOverwrite && contains(lower, "ffmpeg") && hasOption(lower, "-y")) ||
+           (mayEditInPlace && contains(lower, "sed") && found(sedInPlace(), lower));
 }
 
 std::vector<std::string> matches(std::string_view pattern, std::string_view text, int capture) {
@@ -392,7 +427,7 @@ bool isProvablyReadOnlySelectionCommand(std::string_view command) {
     if (contains(text, "`") || contains(text, "$("))
         return false;
     stripSpans(text, '"');
-    if (text.empty() || text.find_first_of("\n&><") != std::string::npos)
+    if (text.empty() || containsAnyOf(text, "\n&><"))
         return false;
     for (auto i = text.find(';'); i != std::string::npos; i = text.find(';', i + 1)) {
         if (i == 0 || text[i - 1] != '\\')
@@ -406,7 +441,7 @@ bool isSafePreviewCommand(std::string_view command) {
     const auto preview = trimmed(command, TextTrim::spacesAndLineBreaks);
     if (preview.empty() || looksDestructive(preview, SafeSubstitutions::allowed))
         return false;
-    if (preview.find_first_of("\n|&><`") != std::string_view::npos || !commandSubstitutionsAreSafe(preview))
+    if (containsAnyOf(preview, "\n|&><`") || !commandSubstitutionsAreSafe(preview))
         return false;
     bool prints = false;
     for (const auto segment : split(preview, ';')) {

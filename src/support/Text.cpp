@@ -109,12 +109,12 @@ CodePoint codePointBefore(std::string_view text, std::size_t end) {
 
 std::string lowercased(std::string_view text) {
     std::string result(text);
-    bool ascii = true;
+    unsigned char bits = 0;
     for (char& c : result) {
-        ascii &= static_cast<unsigned char>(c) < 0x80;
+        bits |= static_cast<unsigned char>(c);
         c = static_cast<char>(c + ((c >= 'A' && c <= 'Z') ? 'a' - 'A' : 0));
     }
-    if (ascii)
+    if (bits < 0x80)
         return result;
     return convertingWellFormed(text, [](icu::StringPiece piece, icu::ByteSink& sink) {
         UErrorCode failure = U_ZERO_ERROR;
