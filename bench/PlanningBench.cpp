@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <array>
@@ -77,6 +78,9 @@ void benchClassification() {
 
 /// How much longer four times the text takes, on the input that is worst for each classifier.
 void benchGrowth() {
+    // Giving freed memory back to the system and taking it again is the allocator's doing, and would hide the rest.
+    ::mallopt(M_TRIM_THRESHOLD, 64 << 20);
+    ::mallopt(M_MMAP_THRESHOLD, 64 << 20);
     for (const auto& [name, classify] : kClassifiers) {
         double worst = 0;
         std::string worstInput;
@@ -85,10 +89,18 @@ void benchGrowth() {
             const auto large = input.ofSize(100'000);
             const double once = secondsOf([&] { keep(classify(small)); }, TimeSource::processor);
             const int times = std::max(1, static_cast<int>(std::ceil(3e-4 / once)));
-            const auto growth = compare(repeated(times, [&] { keep(classify(small)); }),
-                                        repeated(times, [&] { keep(classify(large)); }), 9, TimeSource::processor);
-            if (growth.ratio() > worst) {
-                worst = growth.ratio();
+            // The fastest of several: among so many medians, the worst is the one that was disturbed.
+            double fastestSmall = 1;
+            double fastestLarge = 1;
+            for (int round = 0; round < 11; ++round) {
+                const auto timeOf = [&](const std::string& text) {
+                    return secondsOf(repeated(times, [&] { keep(classify(text)); }), TimeSource::processor);
+                };
+                fastestSmall = std::min(fastestSmall, timeOf(small));
+                fastestLarge = std::min(fastestLarge, timeOf(large));
+            }
+            if (const double growth = fastestLarge / fastestSmall; growth > worst) {
+                worst = growth;
                 worstInput = input.name;
             }
         }
@@ -183,7 +195,7 @@ void benchLog() {
         ::close(descriptor);
     };
     reportRatio("append to the command log (x20)",
-                compare(repeated(20, appendBare), repeated(20, append), 101, TimeSource::processor), 3);
+                compare(repeated(20, appendBare), repeated(20, append), 101, TimeSource::processor), 4);
 }
 
 } // namespace
