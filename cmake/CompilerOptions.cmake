@@ -11,3 +11,7 @@ if(TORVO_SANITIZE)
     add_compile_options(-fsanitize=${TORVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${TORVO_SANITIZE})
 endif()
+if(TORVO_FUZZ)
+    # Coverage for libFuzzer; each fuzzer links its main program on top.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
