@@ -8,6 +8,7 @@
 #include "tests/support/FolderSnapshot.h"
 #include "tests/support/RunReports.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/UnconfiningHost.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -143,17 +144,6 @@ TEST(ResolvePaths, TakesEachLineAsTheBytesOfAName) {
     EXPECT_THAT(resolvePaths("", folder.url()), IsEmpty());
 }
 
-/// Pretends to be on a machine that has no confinement.
-class UnconfiningHost final : public LinuxProcessHost {
-  public:
-    std::expected<std::int32_t, LaunchError> launch(const LaunchRequest& request) override {
-        if (request.confinement != Confinement::none)
-            return std::unexpected(LaunchError{"cannot confine", true});
-        return LinuxProcessHost::launch(request);
-    }
-    bool canConfine() override { return false; }
-};
-
 /// A runner with a folder to work in and an application-support folder of its own.
 class ActionRunnerTest : public ::testing::Test {
   protected:
@@ -174,15 +164,15 @@ TEST_F(ActionRunnerTest, SelectsWhatTheFolderHolds) {
     for (const char* name : {"a.png", "b.PNG", "c.txt", ".hidden.png", "folder.png/inner.png"})
         (void)m_work.file(name);
     EXPECT_EQ(shown(m_runner.execute(selectOf({"png"}), here(), {}, Consent::none)), "selected: 3");
-    EXPECT_THAT(namesOf(m_selector.selections.back()), UnorderedElementsAre("a.png", "b.PNG", "folder.png"));
+    EXPECT_THAT(namesOf(m_selector.last()), UnorderedElementsAre("a.png", "b.PNG", "folder.png"));
     EXPECT_EQ(shown(m_runner.execute(kSelectAll, here(), {}, Consent::none)), "selected: 4");
     EXPECT_EQ(shown(m_runner.execute(selectOf({"mov"}), here(), {}, Consent::none)), "selected: 0");
-    EXPECT_THAT(m_selector.selections.back(), IsEmpty());
+    EXPECT_THAT(m_selector.last(), IsEmpty());
     EXPECT_EQ(shown(m_runner.execute(kSelectAll, {m_work / "missing", {}}, {}, Consent::none)), "selected: 0");
     EXPECT_EQ(shown(m_runner.execute(kSelectAll, {}, {}, Consent::none)), "failure: Open a Finder window first");
     EXPECT_EQ(m_selector.selections.size(), 4U);
     EXPECT_EQ(shown(m_runner.execute(kDeselect, {}, {}, Consent::none)), "completed: Cleared selection");
-    EXPECT_THAT(m_selector.selections.back(), IsEmpty());
+    EXPECT_THAT(m_selector.last(), IsEmpty());
 }
 
 TEST_F(ActionRunnerTest, SelectsTheNewFilesOfACommandSortedByName) {
@@ -269,7 +259,7 @@ TEST_F(ActionRunnerTest, SelectsWhatAListingPrints) {
                   SelectByCommand{"find . -name '*.odd'", ""}, here(urls({"/x"})),
                   [&](const OperationProgress& report) { progress.push_back(report); }, Consent::none)),
               "selected: 1");
-    EXPECT_THAT(namesOf(m_selector.selections.back()), ElementsAre("\xff.odd"));
+    EXPECT_THAT(namesOf(m_selector.last()), ElementsAre("\xff.odd"));
     EXPECT_THAT(progress, ElementsAre(OperationProgress{"Finding matching files…", std::nullopt, std::nullopt}));
 
     // The selection is not passed on.
@@ -308,7 +298,7 @@ TEST_F(ActionRunnerTest, ConfinesAListingThatOnlyReadsHarmless) {
 
 TEST_F(ActionRunnerTest, AsksBeforeAListingThatWouldNotBeConfined) {
     (void)m_work.file("a.txt");
-    UnconfiningHost host;
+    testing::UnconfiningHost host;
     ActionRunner unconfined(m_selector, host, {{}, m_support.url()});
     EXPECT_EQ(shown(unconfined.runSelectByCommand({"ls", "List"}, here(), Consent::none)),
               "needs confirmation: List\n$ ls");

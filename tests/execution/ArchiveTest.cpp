@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <thread>
 
@@ -26,7 +27,6 @@ using testing::namesOf;
 using testing::shown;
 using ::testing::StartsWith;
 using testing::TemporaryFolder;
-using ::testing::UnorderedElementsAreArray;
 
 class ArchiveTest : public ::testing::Test {
   protected:
@@ -45,35 +45,38 @@ class ArchiveTest : public ::testing::Test {
     std::vector<OperationProgress> m_progress;
 };
 
-/// The names in an archive's central directory, byte for byte (APPNOTE.TXT, section 4.3.12).
-std::vector<std::string> entriesOf(const FileURL& archive) {
+/// The names in an archive's central directory, byte for byte, and the sizes of the files (APPNOTE.TXT,
+/// section 4.3.12).
+std::map<std::string, unsigned> entriesOf(const FileURL& archive) {
     const auto bytes = testing::readFile(archive);
-    std::vector<std::string> names;
-    for (std::size_t at = 0; (at = bytes.find("PK\x01\x02", at)) != std::string::npos; at += 46) {
-        const auto length = static_cast<unsigned char>(bytes.at(at + 28));
-        names.push_back(bytes.substr(at + 46, length));
-    }
-    return names;
+    const auto number = [&](std::size_t at) {
+        return static_cast<unsigned char>(bytes.at(at)) + 256U * static_cast<unsigned char>(bytes.at(at + 1));
+    };
+    std::map<std::string, unsigned> entries;
+    for (std::size_t at = 0; (at = bytes.find("PK\x01\x02", at)) != std::string::npos; at += 46)
+        entries[bytes.substr(at + 46, number(at + 28))] = number(at + 24);
+    return entries;
 }
 
 TEST_F(ArchiveTest, HoldsItemsOfAnyNameAndWholeFolders) {
     std::vector<FileURL> selection;
-    auto expected = testing::oddNames("");
-    for (const auto& name : expected)
+    std::map<std::string, unsigned> expected{
+        {"tree/", 0}, {"tree/deep/", 0}, {"tree/deep/leaf", 1}, {"tree/.hidden", 1}, {"tree/empty/", 0}};
+    for (const auto& name : testing::oddNames("")) {
         selection.push_back(m_folder.file(name, "content of " + name));
+        expected[name] = static_cast<unsigned>(11 + name.size());
+    }
     (void)m_folder.file("tree/deep/leaf", "x");
     (void)m_folder.file("tree/.hidden", "x");
     (void)m_folder.folder("tree/empty");
     selection.push_back(m_folder / "tree");
     (void)m_folder.file("unselected");
-    for (const char* name : {"tree/", "tree/deep/", "tree/deep/leaf", "tree/.hidden", "tree/empty/"})
-        expected.emplace_back(name);
 
     const auto outcome = zip(selection);
     EXPECT_EQ(shown(outcome), "completed: Zipped " + std::to_string(selection.size()) + " items");
     ASSERT_THAT(testing::outputsOf(outcome), ElementsAre(m_folder / "Archive.zip"));
     EXPECT_THAT(m_selector.selections, ElementsAre(testing::outputsOf(outcome)));
-    EXPECT_THAT(entriesOf(m_folder / "Archive.zip"), UnorderedElementsAreArray(expected));
+    EXPECT_EQ(entriesOf(m_folder / "Archive.zip"), expected);
     const auto test = testing::run({"-tq", (m_folder / "Archive.zip").path()}, {.program = "/usr/bin/unzip"});
     EXPECT_EQ(test.status, 0) << test.errors << test.output;
 }

@@ -11,6 +11,7 @@
 #include "tests/support/ModelServer.h"
 #include "tests/support/RunReports.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/UnconfiningHost.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,17 +40,6 @@ std::string shown(const Outcome& outcome) {
         return "noop: " + noop->message;
     return "failure: " + std::get<Failure>(outcome).message;
 }
-
-/// A host on which nothing can be confined.
-class UnconfiningHost final : public LinuxProcessHost {
-  public:
-    std::expected<std::int32_t, LaunchError> launch(const LaunchRequest& request) override {
-        if (request.confinement != Confinement::none)
-            return std::unexpected(LaunchError{"cannot confine", true});
-        return LinuxProcessHost::launch(request);
-    }
-    bool canConfine() override { return false; }
-};
 
 /// An executor with the log switched on and a model that the test speaks for.
 class CommandExecutorTest : public ::testing::Test {
@@ -280,7 +270,7 @@ TEST_F(CommandExecutorTest, PreviewsTheRenamesOfAPlanWithoutChangingAnything) {
         EXPECT_EQ(preview(m_executor, "print -u2 oops; exit 1"), "Couldn't prepare a safe preview: oops");
         EXPECT_TRUE(preview(m_executor, "mv $1 $1.bak || exit 1").starts_with("Couldn't prepare a safe preview: "));
     }
-    UnconfiningHost host;
+    testing::UnconfiningHost host;
     const CommandExecutor unconfined(m_presets, {m_settings, m_session, host, m_log, {{}, m_support.url()}});
     EXPECT_EQ(preview(unconfined, "touch new; print -r -- \"$1\t$1.bak\""),
               "No preview is possible: this machine cannot confine it to reading.");

@@ -13,6 +13,11 @@ class RecordingSelector final : public Selecting {
   public:
     void select(const std::vector<FileURL>& items) override { selections.push_back(items); }
 
+    /// Empty when none was made.
+    [[nodiscard]] std::vector<FileURL> last() const {
+        return selections.empty() ? std::vector<FileURL>{} : selections.back();
+    }
+
     std::vector<std::vector<FileURL>> selections;
 };
 
