@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -14,6 +15,22 @@
 namespace torvo {
 
 namespace {
+
+/// The file that an argument names. "." and repeated slashes go by text; ".." after the name of a link leaves the
+/// link's target, as the system reads it.
+FileURL named(std::string_view path, const FileURL& present) {
+    const auto url = resolvingPath(path, present);
+    const auto steps = split(url.path(), '/');
+    if (std::ranges::find(steps, "..") == steps.end())
+        return url.standardized();
+    std::error_code failure;
+    const bool isFolder = url.lastPathComponent() == "..";
+    const auto folder = std::filesystem::canonical((isFolder ? url : url.deletingLastPathComponent()).path(), failure);
+    if (failure)
+        return url.standardized();
+    const FileURL real(folder.native());
+    return isFolder ? real : real.appendingPath(url.lastPathComponent()).standardized();
+}
 
 std::expected<std::string, std::string> readList(const std::string& name) {
     using Characters = std::istreambuf_iterator<char>;
@@ -55,7 +72,7 @@ std::expected<std::vector<FileURL>, std::string> filesFromArguments(const std::v
     for (const auto& path : all) {
         if (path.empty() || (failure && !path.starts_with('/')))
             return std::unexpected(fmt::format("“{}” names no file", path));
-        files.push_back(resolvingPath(path, present).standardized());
+        files.push_back(named(path, present));
     }
     return files;
 }

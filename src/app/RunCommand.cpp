@@ -26,11 +26,12 @@ struct CommandArguments {
     bool isJson = false;
 
     void addTo(CLI::App& app) {
-        app.add_option("COMMAND", command, "What to do, in one argument: \"jpg\", \"select all png\", \"zip\", …")
-            ->required();
-        app.add_option("FILE", paths, "The files to act on; their folder is that of the first");
-        app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
-        app.add_flag("-0,--null", isNulSeparated, "The list's names end in a NUL byte, as find -print0 writes them");
+        app.add_option("COMMAND", command, IntentText::kCommand)->required();
+        app.add_option("FILE", paths, IntentText::kFiles);
+        auto* list =
+            app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
+        app.add_flag("-0,--null", isNulSeparated, "The list's names end in a NUL byte, as find -print0 writes them")
+            ->needs(list);
         app.add_flag("--json", isJson, "Print one JSON object");
     }
 
@@ -58,8 +59,9 @@ ExitStatus fail(const CommandArguments& arguments, ExitStatus status, const std:
     return status;
 }
 
-std::string preparedCommandHint(const std::string& message, ExitStatus status) {
-    return status == ExitStatus::refused ? message + " (On the command line: --allow-destructive.)" : message;
+/// The file manager's selection: none, as long as no file manager is asked.
+std::vector<FileURL> selectedFiles() {
+    return {};
 }
 
 Json describeRows(const std::vector<PreviewRow>& rows) {
@@ -101,8 +103,7 @@ ExitStatus runCommand(const std::vector<std::string>& arguments) {
     CLI::App app("Carries out a command on files. Prints what was done, then the files that came of it, one a line.",
                  "torvo run");
     given.addTo(app);
-    app.add_flag("--allow-destructive", allowDestructive,
-                 "Permit commands that delete, overwrite or move existing files");
+    app.add_flag("--allow-destructive", allowDestructive, IntentText::kAllowDestructive);
     if (const auto status = parse(app, arguments))
         return *status;
     const auto files = given.files();
@@ -115,14 +116,15 @@ ExitStatus runCommand(const std::vector<std::string>& arguments) {
     ProgressLine line;
     line.show({"Planning…", std::nullopt, std::nullopt});
     const auto result = RunTorvoCommandIntent{given.command, *files, allowDestructive}.perform(
-        services.executor, [&](const OperationProgress& progress) { line.show(progress); }, interruption.token());
+        services.executor, selectedFiles, [&](const OperationProgress& progress) { line.show(progress); },
+        interruption.token());
     line.clear();
     if (!result) {
         if (interruption.isRequested())
             return fail(given, ExitStatus::interrupted, "Cancelled");
         const auto status =
             result.error().kind == TorvoIntentError::Kind::refused ? ExitStatus::refused : ExitStatus::failed;
-        return fail(given, status, preparedCommandHint(result.error().message, status));
+        return fail(given, status, result.error().message);
     }
     if (given.isJson) {
         printLine(compactJson({{"status", result->isNoop ? "noop" : "done"},

@@ -7,12 +7,13 @@
 
 namespace torvo {
 
-std::expected<IntentResult, TorvoIntentError> RunTorvoCommandIntent::perform(const CommandExecutor& executor,
-                                                                             const ProgressCallback& progress,
-                                                                             const std::stop_token& stop) const {
+std::expected<IntentResult, TorvoIntentError>
+RunTorvoCommandIntent::perform(const CommandExecutor& executor,
+                               const std::function<std::vector<FileURL>()>& selectedFiles,
+                               const ProgressCallback& progress, const std::stop_token& stop) const {
     using Kind = TorvoIntentError::Kind;
     using Result = std::expected<IntentResult, TorvoIntentError>;
-    const auto plan = executor.plan(command, files, stop);
+    const auto plan = executor.plan(command, files.empty() ? selectedFiles() : files, stop);
     if (!plan)
         return std::unexpected(TorvoIntentError{Kind::failed, plan.error().message});
     if (plan->destructive && !allowDestructive) {

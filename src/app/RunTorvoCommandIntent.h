@@ -3,6 +3,7 @@
 #include "planning/CommandExecutor.h"
 
 #include <expected>
+#include <functional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -30,17 +31,30 @@ struct IntentResult {
     bool isNoop = false;
 };
 
+/// The texts under which a front end offers the action's parameters.
+namespace IntentText {
+
+constexpr const char* kTitle = "Run Torvo Command";
+constexpr const char* kCommand =
+    "What to do — e.g. “jpg”, “select all png”, “compress this video”, “make a 1000px wide jpg”.";
+constexpr const char* kFiles = "The files to act on.";
+constexpr const char* kAllowDestructive = "Permit commands that delete, overwrite, or move existing files (e.g. "
+                                          "rename). Off by default for safety.";
+
+} // namespace IntentText
+
 /// "Run Torvo Command": plans a typed command for files and carries it out, without any window and without a question.
 /// Permitting destructive changes beforehand is the confirmation.
 struct RunTorvoCommandIntent {
     /// What to do, as typed.
     std::string command;
-    /// Empty: the file manager's selection.
     std::vector<FileURL> files;
     bool allowDestructive = false;
 
+    /// `selectedFiles`: the file manager's selection, asked for when no files are given.
     [[nodiscard]] std::expected<IntentResult, TorvoIntentError>
-    perform(const CommandExecutor& executor, const ProgressCallback& progress, const std::stop_token& stop) const;
+    perform(const CommandExecutor& executor, const std::function<std::vector<FileURL>()>& selectedFiles,
+            const ProgressCallback& progress, const std::stop_token& stop) const;
 };
 
 } // namespace torvo

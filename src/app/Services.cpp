@@ -49,17 +49,26 @@ FileURL applicationSupportFolder() {
 }
 
 void addToolsToSearchPath() {
-    const auto path = variable("PATH");
+    // Without a search path children get these four; the tools come after them as after any other.
+    const bool isSet = std::getenv("PATH") != nullptr;
+    const auto path = isSet ? variable("PATH") : "/usr/bin:/bin:/usr/sbin:/sbin";
     const auto tools = programFolder().path();
     const auto folders = split(path, ':');
-    if (path.empty() || std::ranges::find(folders, tools) != folders.end())
+    if (std::ranges::find(folders, tools) != folders.end())
         return;
     ::setenv("PATH", (std::string(path) + ":" + tools).c_str(), 1);
 }
 
+FileURL commandLogFile() {
+    const auto folder = applicationSupportFolder();
+    std::error_code failure;
+    std::filesystem::create_directories(folder.path(), failure);
+    return (failure ? FileURL("/tmp") : folder).appendingPath("Torvo/command-log.jsonl");
+}
+
 Services::Services()
     : defaults(SettingsFile::defaultLocation()),
-      log(applicationSupportFolder().appendingPath("Torvo/command-log.jsonl"), defaults, logQueue),
+      log(commandLogFile(), defaults, logQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},
       executor(presets, {defaults, session, processes, log, environment}) {}
 

@@ -14,8 +14,12 @@ namespace torvo {
 /// Where programs keep a user's data: $XDG_DATA_HOME, else ~/.local/share (XDG Base Directory Specification).
 [[nodiscard]] FileURL applicationSupportFolder();
 
-/// Appends the folder of this program's own tools to PATH, unless it is there or PATH is not set, so that users'
-/// commands find them. To be called once, before any thread starts.
+/// Where the command log is kept: in the folder "Torvo" of the application-support folder, which is made when missing,
+/// else of the folder for temporary files.
+[[nodiscard]] FileURL commandLogFile();
+
+/// Appends the folder of this program's own tools to PATH, unless it is there, so that users' commands find them. To be
+/// called once, before any thread starts.
 void addToolsToSearchPath();
 
 /// Everything that a program of ours is made of on this machine. Nothing is read or started before its first use.

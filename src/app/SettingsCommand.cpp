@@ -36,9 +36,10 @@ ExitStatus settingsCommand(const std::vector<std::string>& arguments) {
     std::string unset;
     CLI::App app("Shows all settings, shows or changes one, or removes one so that its default holds.",
                  "torvo settings");
-    app.add_option("KEY", name, "The setting");
+    auto* nameOption = app.add_option("KEY", name, "The setting");
     auto* valueOption = app.add_option("VALUE", value, "What to set it to");
-    app.add_option("--unset", unset, "Remove the value of this key")->excludes("KEY");
+    auto* unsetOption = app.add_option("--unset", unset, "Remove the value of this key");
+    unsetOption->excludes(nameOption);
     std::string keys = "Settings:\n";
     for (const auto& key : SettingsTable::keys())
         keys += fmt::format("  {:<24}{}\n", key.name, key.meaning);
@@ -46,18 +47,20 @@ ExitStatus settingsCommand(const std::vector<std::string>& arguments) {
     if (const auto status = parse(app, arguments))
         return *status;
 
-    const auto& wanted = unset.empty() ? name : unset;
+    const bool isUnsetting = unsetOption->count() > 0;
+    const bool isListing = !isUnsetting && nameOption->count() == 0;
+    const auto& wanted = isUnsetting ? unset : name;
     const auto* key = SettingsTable::find(wanted);
-    if (!wanted.empty() && key == nullptr) {
+    if (!isListing && key == nullptr) {
         printError(fmt::format("there is no setting named “{}”; torvo settings lists them", wanted));
         return ExitStatus::badUsage;
     }
     Services services;
-    if (key == nullptr) {
+    if (isListing) {
         printAll(services);
         return ExitStatus::done;
     }
-    if (!unset.empty())
+    if (isUnsetting)
         return reportSaved(services.defaults.remove(key->name));
     if (valueOption->count() == 0) {
         printLine(oneLine(SettingsTable::shown(*key, services.defaults, services.log)));

@@ -39,6 +39,16 @@ std::string shownBoolean(const SettingKey& key, UserDefaults& defaults, CommandL
     return fmt::to_string(defaults.getAs<bool>(key.name).value_or(false));
 }
 
+/// In the form that `parsed` takes.
+std::string shownHotKey(const HotKeyConfiguration& hotKey) {
+    std::string text;
+    text += hotKey.control ? "control+" : "";
+    text += hotKey.option ? "option+" : "";
+    text += hotKey.command ? "command+" : "";
+    text += hotKey.shift ? "shift+" : "";
+    return text + hotKey.key;
+}
+
 std::string shownRules(UserDefaults& defaults) {
     Json list = Json::array();
     const RulesStore store(defaults);
@@ -87,6 +97,8 @@ std::expected<DefaultsValue, std::string> parsedHotKey(std::string_view name, st
                                                "no part of that",
                                                name, printableLine(part)));
     }
+    if (!hotKey.command && !hotKey.option && !hotKey.control)
+        return std::unexpected(fmt::format("{} needs command, option or control, such as command+shift+space", name));
     if (hotKey.key.empty())
         return std::unexpected(fmt::format("{} needs a key, space or a letter, such as command+shift+space", name));
     return DefaultsData{hotKey.encoded()};
@@ -110,7 +122,7 @@ std::string shown(const SettingKey& key, UserDefaults& defaults, CommandLog& log
     case Kind::list:
         return compactJson(defaults.getAs<std::vector<std::string>>(key.name).value_or(std::vector<std::string>{}));
     case Kind::hotKey:
-        return SettingsStore::hotKey(defaults).displayName();
+        return shownHotKey(SettingsStore::hotKey(defaults));
     case Kind::rules:
         return shownRules(defaults);
     case Kind::text:

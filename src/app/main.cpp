@@ -71,7 +71,12 @@ torvo::ExitStatus dispatch(const std::vector<std::string>& arguments) {
 
 int main(int count, char** values) {
     try {
-        return static_cast<int>(dispatch(std::vector<std::string>(values + 1, values + count)));
+        const auto status = dispatch(std::vector<std::string>(values + 1, values + count));
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            torvo::printError("the results could not be written to standard output");
+            return static_cast<int>(torvo::ExitStatus::failed);
+        }
+        return static_cast<int>(status);
     } catch (const std::exception& error) {
         torvo::printError(error.what());
         return static_cast<int>(torvo::ExitStatus::failed);

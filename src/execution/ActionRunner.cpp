@@ -89,7 +89,7 @@ std::vector<FileURL> resolvePaths(std::string_view output, const FileURL& folder
     std::vector<FileURL> paths;
     for (auto line : splitNonEmpty(output, "\n")) {
         if (line.starts_with("./"))
-            line.remove_prefix(2);
+            line.remove_prefix(std::min(line.find_first_not_of('/', 1), line.size()));
         auto path = resolvingPath(line, folder);
         if (exists(path))
             paths.push_back(std::move(path));
@@ -144,6 +144,11 @@ ActionRunner::ActionRunner(Selecting& selector, ProcessHost& host, RunnerEnviron
 RunOutcome ActionRunner::execute(const Action& action, const FinderContext& context, const ProgressCallback& progress,
                                  Consent consent) {
     clearCancelled();
+    return perform(action, context, progress, consent);
+}
+
+RunOutcome ActionRunner::perform(const Action& action, const FinderContext& context, const ProgressCallback& progress,
+                                 Consent consent) {
     const auto report = [&](const char* label) {
         if (progress)
             progress({label, std::nullopt, std::nullopt});

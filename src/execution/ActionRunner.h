@@ -51,8 +51,12 @@ class ActionRunner {
     ActionRunner(Selecting& selector, ProcessHost& host, RunnerEnvironment environment,
                  FolderLister listContents = defaultLister);
 
-    /// Runs an action to its end; blocks the calling thread. The gate is the caller's business.
+    /// Runs an action to its end, an earlier cancel forgotten; blocks the calling thread. The gate is the caller's
+    /// business.
     RunOutcome execute(const Action& action, const FinderContext& context, const ProgressCallback& progress,
+                       Consent consent);
+    /// The same, but a cancel that came before counts.
+    RunOutcome perform(const Action& action, const FinderContext& context, const ProgressCallback& progress,
                        Consent consent);
 
     /// One line that says what the action would do here.
@@ -62,8 +66,8 @@ class ActionRunner {
     RunOutcome runConvert(std::string_view toExt, const FinderContext& context, const ProgressCallback& progress);
     RunOutcome runZip(const FinderContext& context, const ProgressCallback& progress);
     RunOutcome runShell(const Shell& shell, const FinderContext& context);
-    /// Without consent the command runs confined to reading; where that is impossible nothing runs and the answer is
-    /// `NeedsConfirmation`.
+    /// Without consent the command runs confined to reading. Where that is impossible, or the command's text does not
+    /// read as harmless, nothing runs and the answer is `NeedsConfirmation`.
     RunOutcome runSelectByCommand(const SelectByCommand& select, const FinderContext& context, Consent consent);
 
     /// Runs a command confined to reading, for its output alone. The working folder is the selection's, else the

@@ -88,10 +88,14 @@ CommandLog::CommandLog(FileURL file, UserDefaults& defaults, SerialQueue& queue,
 bool CommandLog::isEnabled() {
     if (const auto stored = m_defaults.getAs<bool>(kEnabledKey))
         return *stored;
-    const bool exists = m_file.exists();
+    bool isEnabled = m_file.exists();
     // A store that cannot be written leaves the decision to the next reading.
-    (void)m_defaults.set(kEnabledKey, exists);
-    return exists;
+    (void)m_defaults.update(kEnabledKey, [&](const std::optional<DefaultsValue>& stored) {
+        if (const auto* decided = stored ? std::get_if<bool>(&*stored) : nullptr)
+            isEnabled = *decided;
+        return DefaultsValue(isEnabled);
+    });
+    return isEnabled;
 }
 
 void CommandLog::plan(const UUID& id, std::string_view route, std::string_view input, const FinderContext& context,

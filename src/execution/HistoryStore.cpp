@@ -26,8 +26,16 @@ HistoryStore::HistoryStore(UserDefaults& defaults)
 std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     if (trimmed(text, TextTrim::spacesAndLineBreaks).empty())
         return {};
-    m_items = recorded(std::move(m_items), text);
-    return m_defaults.set(kHistoryKey, m_items);
+    bool isStored = false;
+    auto saved = m_defaults.update(kHistoryKey, [&](const std::optional<DefaultsValue>& stored) {
+        const auto* items = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
+        m_items = recorded(items != nullptr ? *items : std::vector<std::string>{}, text);
+        isStored = true;
+        return DefaultsValue(m_items);
+    });
+    if (!isStored)
+        m_items = recorded(std::move(m_items), text);
+    return saved;
 }
 
 } // namespace torvo

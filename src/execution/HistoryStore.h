@@ -19,8 +19,8 @@ class HistoryStore {
     explicit HistoryStore(UserDefaults& defaults);
 
     [[nodiscard]] const std::vector<std::string>& items() const { return m_items; }
-    /// Remembers a command. The error is the line of the settings store; the command is then remembered in memory
-    /// alone.
+    /// Remembers a command, on top of what is stored by now. The error is the line of the settings store; the command
+    /// is then remembered in memory alone.
     std::expected<void, std::string> record(std::string_view text);
 
   private:

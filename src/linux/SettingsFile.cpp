@@ -2,6 +2,7 @@
 
 #include "linux/FileLock.h"
 #include "linux/SettingsDocument.h"
+#include "support/Descriptor.h"
 
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
@@ -36,20 +37,6 @@ std::int64_t nanoseconds(const timespec& time) {
 std::string systemError(int code) {
     return std::error_code(code, std::generic_category()).message();
 }
-
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int number() const { return m_number; }
-    bool close() { return m_number < 0 || ::close(std::exchange(m_number, -1)) == 0; }
-
-  private:
-    int m_number;
-};
 
 /// The file that a chain of symbolic links ends at, be it there or not.
 std::string followingLinks(std::filesystem::path path) {
@@ -94,11 +81,11 @@ std::string temporaryOf(const std::string& path) {
 int prepareFile(const std::string& path, std::string_view bytes) {
     const std::string temporary = temporaryOf(path);
     ::unlink(temporary.c_str());
-    Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (file.number() < 0)
+    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!file.isOpen())
         return errno;
-    int error = writeAll(file.number(), bytes);
-    if (error == 0 && (::fchmod(file.number(), 0600) != 0 || ::fsync(file.number()) != 0 || !file.close()))
+    int error = writeAll(file.get(), bytes);
+    if (error == 0 && (::fchmod(file.get(), 0600) != 0 || ::fsync(file.get()) != 0))
         error = errno;
     if (error != 0)
         ::unlink(temporary.c_str());
@@ -115,8 +102,8 @@ int commitFile(const std::string& path) {
     const Descriptor folder(
         ::open(FileURL(path).deletingLastPathComponent().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Some file systems cannot sync a folder; the file itself is safe already.
-    if (folder.number() >= 0)
-        ::fsync(folder.number());
+    if (folder.isOpen())
+        ::fsync(folder.get());
     return 0;
 }
 
@@ -223,21 +210,21 @@ void SettingsFile::refresh() {
 
 void SettingsFile::read(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (file.number() < 0 && errno == ENOENT) {
+    if (!file.isOpen() && errno == ENOENT) {
         m_content = Content::nothing;
         return;
     }
     struct stat status{};
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
-    if (file.number() < 0 || ::fstat(file.number(), &status) != 0)
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
         return fail(Content::inaccessible, systemError(errno));
     if (!S_ISREG(status.st_mode))
         return fail(Content::inaccessible, path + " is not a file");
     std::string text;
     char buffer[16384];
     while (static_cast<std::int64_t>(text.size()) <= kLargestFile) {
-        const ssize_t count = ::read(file.number(), buffer, sizeof buffer);
+        const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
@@ -286,7 +273,8 @@ std::expected<void, std::string> SettingsFile::write(const json& document) {
     return {};
 }
 
-/// Moves a file that is no settings file to a free name beside it.
+/// Gives a file that is no settings file another, free name beside it. It keeps its first name until the next content
+/// takes its place, so that at no time there is nothing.
 std::expected<void, std::string> SettingsFile::setAside(const std::string& path) {
     const FileURL folder = FileURL(path).deletingLastPathComponent();
     const std::string stem = "settings-unreadable-" + std::to_string(std::time(nullptr));
@@ -296,7 +284,7 @@ std::expected<void, std::string> SettingsFile::setAside(const std::string& path)
         if (free.isOccupied())
             continue;
         // Under the lock nobody else makes this name between the question and the answer.
-        if (::rename(path.c_str(), free.path().c_str()) != 0)
+        if (::link(path.c_str(), free.path().c_str()) != 0)
             return std::unexpected(systemError(errno));
         m_report("[Torvo] Kept the unreadable settings as " + free.path());
         return {};

@@ -48,6 +48,11 @@ const RE2& sedInPlace() {
     return pattern;
 }
 
+const RE2& execProgram() {
+    static const RE2& pattern = compiled("-exec[@space]+([^@space;]+)");
+    return pattern;
+}
+
 const RE2& assignment() {
     static const RE2& pattern = compiled("^[A-Za-z_][A-Za-z0-9_]*=");
     return pattern;
@@ -281,23 +286,28 @@ bool containsSubstitution(std::string_view withoutSingleQuotes) {
     return contains(withoutArithmetic, "$(");
 }
 
-/// Whether "-exec" runs nothing but stat. Words end at white space and at ";".
-bool executesOnlyStat(std::string_view segment) {
-    constexpr std::string_view kOption = "-exec";
-    for (auto at = segment.find(kOption); at != std::string_view::npos; at = segment.find(kOption)) {
-        segment.remove_prefix(at + kOption.size());
-        if (!beginsWithWhiteSpace(segment))
-            continue;
-        segment = trimmedStart(segment, TextTrim::spacesAndLineBreaks);
-        std::size_t end = 0;
-        while (end < segment.size() && segment[end] != ';' && !beginsWithWhiteSpace(segment.substr(end)))
-            end += codePointAt(segment, end).length;
-        const auto program = segment.substr(0, end);
-        if (!program.empty() && lastComponent(program) != "stat")
-            return false;
-        segment.remove_prefix(end);
+/// What capture group `capture` of `pattern` caught in each match over `text`.
+std::vector<std::string> captured(const RE2& pattern, std::string_view text, int capture) {
+    std::vector<std::string> texts;
+    std::vector<re2::StringPiece> groups(static_cast<std::size_t>(capture) + 1);
+    const re2::StringPiece whole(text.data(), text.size());
+    std::size_t from = 0;
+    while (from <= text.size() &&
+           pattern.Match(whole, from, text.size(), RE2::UNANCHORED, groups.data(), static_cast<int>(groups.size()))) {
+        const auto& group = groups.back();
+        if (group.data() != nullptr)
+            texts.emplace_back(group.data(), group.size());
+        const auto end = static_cast<std::size_t>(groups[0].data() - text.data()) + groups[0].size();
+        from = groups[0].empty() ? end + 1 : end;
     }
-    return true;
+    return texts;
+}
+
+/// Whether find's "-exec" runs nothing but stat.
+bool executesOnlyStat(std::string_view segment) {
+    return !contains(segment, "-exec") ||
+           std::ranges::all_of(captured(execProgram(), segment, 1),
+                               [](std::string_view program) { return lastComponent(program) == "stat"; });
 }
 
 /// `callsSystem`: the command mentions awk's system() anywhere.
@@ -405,19 +415,7 @@ std::vector<std::string> matches(std::string_view pattern, std::string_view text
     const RE2 expression(re2::StringPiece(pattern.data(), pattern.size()), RE2::Quiet);
     if (!expression.ok() || capture < 0 || capture > expression.NumberOfCapturingGroups())
         return {};
-    std::vector<std::string> captured;
-    std::vector<re2::StringPiece> groups(static_cast<std::size_t>(capture) + 1);
-    const re2::StringPiece whole(text.data(), text.size());
-    std::size_t from = 0;
-    while (from <= text.size() && expression.Match(whole, from, text.size(), RE2::UNANCHORED, groups.data(),
-                                                   static_cast<int>(groups.size()))) {
-        const auto& group = groups.back();
-        if (group.data() != nullptr)
-            captured.emplace_back(group.data(), group.size());
-        const auto end = static_cast<std::size_t>(groups[0].data() - text.data()) + groups[0].size();
-        from = groups[0].empty() ? end + 1 : end;
-    }
-    return captured;
+    return captured(expression, text, capture);
 }
 
 bool isProvablyReadOnlySelectionCommand(std::string_view command) {

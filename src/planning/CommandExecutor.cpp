@@ -30,19 +30,6 @@ std::string sentence(const LLMPlanError& error) {
     return "The local model returned an unexpected response.";
 }
 
-RunOutcome run(ActionRunner& runner, const Plan& plan, Consent consent, const ProgressCallback& progress) {
-    const auto& context = plan.context;
-    return std::visit(
-        Overloaded{
-            [&](const Select& select) { return runner.runSelect(select.spec, context); },
-            [&](const ConvertImages& convert) { return runner.runConvert(convert.toExt, context, progress); },
-            [&](const ZipSelection&) { return runner.runZip(context, progress); },
-            [&](const Shell& shell) { return runner.runShell(shell, context); },
-            [&](const SelectByCommand& select) { return runner.runSelectByCommand(select, context, consent); },
-        },
-        plan.action);
-}
-
 } // namespace
 
 bool needsPermission(const Action& action) {
@@ -116,7 +103,7 @@ Outcome CommandExecutor::execute(const Plan& plan, Consent consent, const Progre
     CapturingSelector selector;
     ActionRunner runner(selector, m_services.processes, m_services.environment);
     const std::stop_callback cancel(stop, [&runner] { runner.cancelCurrent(); });
-    const auto outcome = run(runner, plan, consent, progress);
+    const auto outcome = runner.perform(plan.action, plan.context, progress, consent);
     const auto log = [&](std::string_view event, std::string_view detail) {
         m_services.log.outcome(plan.logID, event, detail);
     };
@@ -159,7 +146,7 @@ PreviewResult CommandExecutor::preview(const Plan& plan, const FileURL& home, co
             Failure{fmt::format("Couldn't prepare a safe preview: {}",
                                 errorLine(result.standardOutput.text(), result.standardError.text(), result.status))});
     }
-    auto rows = parsePreview(result.standardOutput.text());
+    auto rows = parsePreview(result.standardOutput.bytes());
     if (auto error = previewValidationError(rows, plan.context.selection))
         return std::unexpected(Failure{std::move(*error)});
     return rows;

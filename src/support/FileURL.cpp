@@ -89,7 +89,8 @@ bool FileURL::exists() const {
 
 bool FileURL::isOccupied() const {
     struct stat status{};
-    return ::lstat(m_path.c_str(), &status) == 0;
+    // A name with a NUL byte is free for nobody.
+    return m_path.find('\0') != std::string::npos || ::lstat(m_path.c_str(), &status) == 0;
 }
 
 std::vector<std::string> pathsOf(const std::vector<FileURL>& urls) {

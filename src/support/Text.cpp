@@ -17,10 +17,6 @@ bool isASCII(std::string_view text) {
     return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-bool isLineBreak(std::int32_t c) {
-    return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
-}
-
 bool isSpace(std::int32_t c) {
     if (c < 0x80)
         return c == ' ' || c == '\t';
@@ -217,6 +213,10 @@ std::string joined(const std::vector<std::string>& pieces, std::string_view sepa
 
 bool isLetterOrNumber(std::int32_t codePoint) {
     return codePoint >= 0 && (U_GET_GC_MASK(codePoint) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
+}
+
+bool isLineBreak(std::int32_t codePoint) {
+    return (codePoint >= 0x0A && codePoint <= 0x0D) || codePoint == 0x85 || codePoint == 0x2028 || codePoint == 0x2029;
 }
 
 bool isWhiteSpace(std::int32_t codePoint) {

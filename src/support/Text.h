@@ -71,6 +71,9 @@ struct CodePoint {
 /// A character of the Unicode property White_Space: a space, a tab or a line break.
 [[nodiscard]] bool isWhiteSpace(std::int32_t codePoint);
 
+/// A character that ends a line: U+000A to U+000D, U+0085, U+2028, U+2029.
+[[nodiscard]] bool isLineBreak(std::int32_t codePoint);
+
 /// A character that extends the one before it to one user-perceived character (Grapheme_Extend, ZWJ, spacing marks).
 [[nodiscard]] bool isExtender(std::int32_t codePoint);
 

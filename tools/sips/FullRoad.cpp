@@ -119,10 +119,8 @@ class VipsRoad final : public Road {
     std::expected<EncodedPicture, Refusal> convert(const Task& task) override {
         try {
             return converted(task);
-        } catch (const vips::VError& error) {
-            return std::unexpected(refusalOf(error));
         } catch (const std::exception& error) {
-            return std::unexpected(Refusal{Refusal::Kind::failed, error.what()});
+            return std::unexpected(refusalOf(error));
         }
     }
 

@@ -189,7 +189,7 @@ std::string oneLineOf(std::string_view message) {
     std::string_view line = message.substr(0, message.find('\n'));
     if (const std::size_t colon = line.find(": "); colon != std::string_view::npos && line.find(' ') > colon)
         line.remove_prefix(colon + 2);
-    return printable(line);
+    return line.empty() ? "the picture is damaged or incomplete" : printable(line);
 }
 
 } // namespace torvo::sips
