@@ -4,6 +4,8 @@
 #include "planning/RawPlan.h"
 #include "support/Text.h"
 
+#include <nlohmann/json.hpp>
+
 using namespace torvo;
 using namespace torvo::fuzz;
 
