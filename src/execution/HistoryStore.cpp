@@ -29,7 +29,7 @@ std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     bool isStored = false;
     auto saved = m_defaults.update(kHistoryKey, [&](const std::optional<DefaultsValue>& stored) {
         const auto* items = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
-        m_items = recorded(items != nullptr ? *items : std::vector<std::string>{}, text);
+        m_items = recorded(items != nullptr ? *items : m_items, text);
         isStored = true;
         return DefaultsValue(m_items);
     });

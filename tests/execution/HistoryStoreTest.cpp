@@ -44,9 +44,12 @@ TEST(HistoryStore, MirrorsEveryChangeToTheSettings) {
     EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "jpg"));
     EXPECT_TRUE(settings.set("commandHistory", "no list"));
     EXPECT_THAT(HistoryStore(settings).items(), IsEmpty());
-    // What is stored is the list in memory, whatever happened to the setting meanwhile.
+    // A list that another process stored is carried on; for anything else the list in memory stands.
     EXPECT_TRUE(history.record("zip"));
     EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "jpg"));
+    EXPECT_TRUE(HistoryStore(settings).record("png"));
+    EXPECT_TRUE(history.record("zip"));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "png", "jpg"));
 }
 
 TEST(HistoryStore, RemembersInMemoryWhatCannotBeSaved) {

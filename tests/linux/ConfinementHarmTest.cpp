@@ -166,7 +166,7 @@ const std::vector<std::string> kOtherHarms = {
     "/bin/kill -9 $OUTSIDE",
     "(kill -9 $OUTSIDE & wait)",
     "perl -e 'kill 9, $ENV{OUTSIDE}'",
-    "pkill -9 bystander",
+    "pkill -9 -x $NAME",
     "renice -n 5 -p $OUTSIDE",
     "prlimit --pid $OUTSIDE --nofile=10:10",
     "taskset -p 1 $OUTSIDE",

@@ -75,12 +75,12 @@ std::string readProcFile(const std::string& path) {
     return content;
 }
 
-/// A process that waits for a signal, alone in its group.
-pid_t startProcess() {
+/// A process of that name (15 bytes at most) that waits for a signal, alone in its group.
+pid_t startProcess(const std::string& name) {
     const pid_t child = ::fork();
     if (child == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        ::prctl(PR_SET_NAME, "bystander");
+        ::prctl(PR_SET_NAME, name.c_str());
         ::setpgid(0, 0);
         while (true)
             ::pause();
@@ -118,10 +118,13 @@ Bystanders::Bystanders() {
                    onUnixSocket(SOCK_STREAM, (m_sockets / "stream").path()),
                    onUnixSocket(SOCK_DGRAM, (m_sockets / "datagram").path()),
                    onUnixSocket(SOCK_STREAM, std::string(1, '\0') + m_mark)};
-    m_process = startProcess();
-    require(waitUntil([&] { return processState().starts_with("S bystander"); }), "the bystander does not wait");
+    // A name of its own: tests that run at the same time end processes by name.
+    const auto name = fmt::format("by{}x{}", ::getpid(), count.load());
+    m_process = startProcess(name);
+    require(waitUntil([&] { return processState().starts_with("S " + name); }), "the bystander does not wait");
 
     tell("OUTSIDE", std::to_string(m_process));
+    tell("NAME", name);
     tell("SOCKET", (m_sockets / "stream").path());
     tell("DATAGRAM", (m_sockets / "datagram").path());
     tell("ABSTRACT", m_mark);

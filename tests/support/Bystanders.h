@@ -12,7 +12,8 @@
 namespace torvo::testing {
 
 /// What a command could harm: a folder of files, a process, listening sockets and a few places to leave things. They
-/// are told to the command in environment variables: OUTSIDE (a process number and group), PORT, DATAGRAM_PORT, SOCKET,
+/// are told to the command in environment variables: OUTSIDE (a process number and group), NAME (of that process),
+/// PORT, DATAGRAM_PORT, SOCKET,
 /// DATAGRAM (paths), ABSTRACT (a name), MARK (a name for new files elsewhere) and FOREVER (seconds to sleep).
 class Bystanders {
   public:
