@@ -1,8 +1,15 @@
 #include "app/Interruption.h"
 
+#include <poll.h>
 #include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 
 namespace torvo {
 
@@ -11,8 +18,7 @@ namespace {
 sigset_t endingSignals() {
     sigset_t signals;
     ::sigemptyset(&signals);
-    ::sigaddset(&signals, SIGUSR1);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         // Whoever started us with a signal ignored (nohup(1), a shell's background job) means it.
         struct sigaction present{};
         if (::sigaction(signal, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
@@ -21,24 +27,32 @@ sigset_t endingSignals() {
     return signals;
 }
 
+/// Requests a stop at each signal, until `end` turns readable.
+void watch(int signals, int end, std::stop_source source) {
+    std::array<pollfd, 2> polled{{{signals, POLLIN, 0}, {end, POLLIN, 0}}};
+    while (::poll(polled.data(), polled.size(), -1) >= 0 || errno == EINTR) {
+        if (polled[1].revents != 0)
+            return;
+        signalfd_siginfo received{};
+        if (polled[0].revents != 0 && ::read(signals, &received, sizeof received) == sizeof received)
+            source.request_stop();
+    }
+}
+
 } // namespace
 
 Interruption::Interruption() {
     const auto signals = endingSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    m_thread = std::jthread([source = m_source, signals]() mutable {
-        int signal = 0;
-        // SIGUSR1 comes from the destructor alone and ends the wait.
-        while (::sigwait(&signals, &signal) == 0 && signal != SIGUSR1)
-            source.request_stop();
-    });
+    m_signals = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
+    m_end = Descriptor(::eventfd(0, EFD_CLOEXEC));
+    m_thread = std::jthread(watch, m_signals.get(), m_end.get(), m_source);
 }
 
 Interruption::~Interruption() {
-    ::pthread_kill(m_thread.native_handle(), SIGUSR1);
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t ignored = ::write(m_end.get(), &one, sizeof one);
     m_thread.join();
-    const auto signals = endingSignals();
-    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 } // namespace torvo

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <expected>
+#include <functional>
 
 namespace torvo {
 
@@ -47,13 +48,17 @@ Json printablePaths(const std::vector<FileURL>& files) {
     return list;
 }
 
+void printJson(const char* status, const std::string& message, const std::vector<FileURL>& files) {
+    printLine(compactJson({{"status", status}, {"message", message}, {"files", printablePaths(files)}}));
+}
+
 /// Prints a failure and says what the program exits with.
 ExitStatus fail(const CommandArguments& arguments, ExitStatus status, const std::string& message) {
     if (arguments.isJson) {
         const char* name = status == ExitStatus::refused       ? "refused"
                            : status == ExitStatus::interrupted ? "cancelled"
                                                                : "failed";
-        printLine(compactJson({{"status", name}, {"message", message}, {"files", Json::array()}}));
+        printJson(name, message, {});
     }
     printError(message);
     return status;
@@ -85,14 +90,80 @@ void printPlan(const Plan& plan, const PreviewResult& preview, bool isJson) {
         printLine(compactJson(object));
         return;
     }
-    for (const auto line : splitLines(plan.summary))
-        printLine(printableLine(line));
+    // What follows the first line is set in, so that no line of a command passes for one of ours.
+    const char* indent = "";
+    for (const auto line : splitLines(plan.summary)) {
+        printLine(indent + printableLine(line));
+        indent = "  ";
+    }
     printLine(fmt::format("route: {}; needs --allow-destructive: {}", plan.route, plan.destructive ? "yes" : "no"));
     if (!preview)
         printLine(fmt::format("preview: {}", oneLine(preview.error().message)));
     else
         for (const auto& row : *preview)
             printLine(fmt::format("{} -> {}", printableLine(row.from), printableLine(row.to.value_or(""))));
+}
+
+/// What one command works with.
+struct Session {
+    /// First, so that every thread starts with the ending signals blocked.
+    Interruption interruption;
+    Services services;
+    ProgressLine line;
+};
+
+/// Reads the arguments, then hands the files that they name to `work`.
+ExitStatus start(CLI::App& app, CommandArguments& given, const std::vector<std::string>& arguments,
+                 const std::function<ExitStatus(Session&, const std::vector<FileURL>&)>& work) {
+    given.addTo(app);
+    if (const auto status = parse(app, arguments)) {
+        // The arguments were not understood, but what asks for JSON is to get JSON.
+        if (*status == ExitStatus::badUsage && std::ranges::find(arguments, "--json") != arguments.end())
+            printJson("failed", "The arguments were not understood.", {});
+        return *status;
+    }
+    const auto files = given.files();
+    if (!files)
+        return fail(given, ExitStatus::badUsage, files.error());
+    addToolsToSearchPath();
+    Session session;
+    session.line.show({"Planning…", std::nullopt, std::nullopt});
+    return work(session, *files);
+}
+
+ExitStatus run(Session& session, const CommandArguments& given, const std::vector<FileURL>& files,
+               bool allowDestructive) {
+    const auto result = RunTorvoCommandIntent{given.command, files, allowDestructive}.perform(
+        session.services.executor, selectedFiles,
+        [&](const OperationProgress& progress) { session.line.show(progress); }, session.interruption.token());
+    session.line.clear();
+    if (!result) {
+        if (session.interruption.isRequested())
+            return fail(given, ExitStatus::interrupted, "Cancelled");
+        const bool isRefused = result.error().kind == TorvoIntentError::Kind::refused;
+        return fail(given, isRefused ? ExitStatus::refused : ExitStatus::failed, result.error().message);
+    }
+    if (given.isJson) {
+        printJson(result->isNoop ? "noop" : "done", result->dialog, result->files);
+        return ExitStatus::done;
+    }
+    printLine(oneLine(result->dialog));
+    printPaths(result->files);
+    return ExitStatus::done;
+}
+
+ExitStatus plan(Session& session, const CommandArguments& given, const std::vector<FileURL>& files) {
+    const auto& executor = session.services.executor;
+    const auto stop = session.interruption.token();
+    const auto planned = executor.plan(given.command, files, stop);
+    const auto preview = planned ? executor.preview(*planned, homeFolder(), stop) : PreviewResult{};
+    session.line.clear();
+    if (session.interruption.isRequested())
+        return fail(given, ExitStatus::interrupted, "Cancelled");
+    if (!planned)
+        return fail(given, ExitStatus::failed, planned.error().message);
+    printPlan(*planned, preview, given.isJson);
+    return ExitStatus::done;
 }
 
 } // namespace
@@ -102,39 +173,10 @@ ExitStatus runCommand(const std::vector<std::string>& arguments) {
     bool allowDestructive = false;
     CLI::App app("Carries out a command on files. Prints what was done, then the files that came of it, one a line.",
                  "torvo run");
-    given.addTo(app);
     app.add_flag("--allow-destructive", allowDestructive, IntentText::kAllowDestructive);
-    if (const auto status = parse(app, arguments))
-        return *status;
-    const auto files = given.files();
-    if (!files)
-        return fail(given, ExitStatus::badUsage, files.error());
-
-    addToolsToSearchPath();
-    const Interruption interruption;
-    Services services;
-    ProgressLine line;
-    line.show({"Planning…", std::nullopt, std::nullopt});
-    const auto result = RunTorvoCommandIntent{given.command, *files, allowDestructive}.perform(
-        services.executor, selectedFiles, [&](const OperationProgress& progress) { line.show(progress); },
-        interruption.token());
-    line.clear();
-    if (!result) {
-        if (interruption.isRequested())
-            return fail(given, ExitStatus::interrupted, "Cancelled");
-        const auto status =
-            result.error().kind == TorvoIntentError::Kind::refused ? ExitStatus::refused : ExitStatus::failed;
-        return fail(given, status, result.error().message);
-    }
-    if (given.isJson) {
-        printLine(compactJson({{"status", result->isNoop ? "noop" : "done"},
-                               {"message", result->dialog},
-                               {"files", printablePaths(result->files)}}));
-        return ExitStatus::done;
-    }
-    printLine(oneLine(result->dialog));
-    printPaths(result->files);
-    return ExitStatus::done;
+    return start(app, given, arguments, [&](Session& session, const std::vector<FileURL>& files) {
+        return run(session, given, files, allowDestructive);
+    });
 }
 
 ExitStatus planCommand(const std::vector<std::string>& arguments) {
@@ -142,27 +184,8 @@ ExitStatus planCommand(const std::vector<std::string>& arguments) {
     CLI::App app("Shows what a command would do to files, without doing it: how it was understood, what would run, and "
                  "for renames each file's new name.",
                  "torvo plan");
-    given.addTo(app);
-    if (const auto status = parse(app, arguments))
-        return *status;
-    const auto files = given.files();
-    if (!files)
-        return fail(given, ExitStatus::badUsage, files.error());
-
-    addToolsToSearchPath();
-    const Interruption interruption;
-    Services services;
-    ProgressLine line;
-    line.show({"Planning…", std::nullopt, std::nullopt});
-    const auto plan = services.executor.plan(given.command, *files, interruption.token());
-    const auto preview = plan ? services.executor.preview(*plan, homeFolder(), interruption.token()) : PreviewResult{};
-    line.clear();
-    if (interruption.isRequested())
-        return fail(given, ExitStatus::interrupted, "Cancelled");
-    if (!plan)
-        return fail(given, ExitStatus::failed, plan.error().message);
-    printPlan(*plan, preview, given.isJson);
-    return ExitStatus::done;
+    return start(app, given, arguments,
+                 [&](Session& session, const std::vector<FileURL>& files) { return plan(session, given, files); });
 }
 
 } // namespace torvo

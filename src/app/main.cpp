@@ -63,7 +63,8 @@ torvo::ExitStatus dispatch(const std::vector<std::string>& arguments) {
         fmt::print("torvo {}\n", TORVO_VERSION);
         return ExitStatus::done;
     }
-    torvo::printError(fmt::format("“{}” is no command of torvo; see torvo --help", name));
+    torvo::printError(
+        fmt::format("“{}” is no command of torvo; did you mean torvo run {} FILE...? See torvo --help", name, name));
     return ExitStatus::badUsage;
 }
 

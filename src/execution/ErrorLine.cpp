@@ -3,23 +3,36 @@
 #include "support/Text.h"
 
 #include <fmt/format.h>
+#include <re2/re2.h>
 
-#include <algorithm>
-#include <array>
 #include <optional>
-#include <span>
 #include <utility>
 
 namespace torvo {
 
 namespace {
 
-using namespace std::string_view_literals;
+/// How much of a line is told, in bytes: a line may be the whole of a flood.
+constexpr std::size_t kLongestLine = 2000;
 
-constexpr std::array kCauses = {"no such"sv,      "not found"sv, "invalid"sv,       "permission denied"sv,
-                                "cannot"sv,       "unable"sv,    "does not"sv,      "could not"sv,
-                                "unrecognized"sv, "no space"sv,  "already exists"sv};
-constexpr std::array kErrorWord = {"error"sv};
+/// A pattern of ASCII letters in either case. None of its letters is the lower case of another character.
+const RE2& compiled(const char* words) {
+    RE2::Options options;
+    options.set_case_sensitive(false);
+    options.set_encoding(RE2::Options::EncodingLatin1);
+    return *new RE2(words, options);
+}
+
+const RE2& causes() {
+    static const RE2& pattern = compiled("no such|not found|invalid|permission denied|cannot|unable|does not|could not|"
+                                         "unrecognized|no space|already exists");
+    return pattern;
+}
+
+const RE2& errorWord() {
+    static const RE2& pattern = compiled("error");
+    return pattern;
+}
 
 /// Takes the last line, without its line break, off `text`.
 std::string_view takeLastLine(std::string_view& text) {
@@ -35,32 +48,34 @@ std::string_view takeLastLine(std::string_view& text) {
     return std::exchange(text, {});
 }
 
-/// Both lists of words hold nothing but ASCII letters that no other character is lower-cased to.
-bool containsAny(std::string_view line, std::span<const std::string_view> words) {
-    const auto lowered = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::ranges::any_of(
-        words, [&](std::string_view word) { return !std::ranges::search(line, word, {}, lowered).empty(); });
-}
-
-/// The last line, trimmed, that has one of the words in it; with no words, the last that is not blank.
-std::optional<std::string_view> lastLineWith(std::span<const std::string_view> words, std::string_view text) {
+/// The last line, trimmed, in which the pattern is found; with no pattern, the last that is not blank.
+std::optional<std::string_view> lastLineWith(const RE2* pattern, std::string_view text) {
     while (!text.empty()) {
         const auto line = trimmed(takeLastLine(text), TextTrim::spaces);
-        if (!line.empty() && (words.empty() || containsAny(line, words)))
+        if (!line.empty() &&
+            (pattern == nullptr || RE2::PartialMatch(re2::StringPiece(line.data(), line.size()), *pattern)))
             return line;
     }
     return std::nullopt;
+}
+
+std::string shortened(std::string_view line) {
+    if (line.size() <= kLongestLine)
+        return std::string(line);
+    std::size_t end = 0;
+    for (auto next = end; next <= kLongestLine; next += codePointAt(line, next).length)
+        end = next;
+    return std::string(line.substr(0, end)) + "…";
 }
 
 } // namespace
 
 std::string errorLine(std::string_view standardOutput, std::string_view standardError, std::int32_t status) {
     const auto text = standardError.empty() ? standardOutput : standardError;
-    for (const std::span<const std::string_view> words :
-         {std::span<const std::string_view>(kCauses), std::span<const std::string_view>(kErrorWord),
-          std::span<const std::string_view>()})
-        if (const auto line = lastLineWith(words, text))
-            return std::string(*line);
+    for (const RE2* pattern : {&causes(), &errorWord(), static_cast<const RE2*>(nullptr)}) {
+        if (const auto line = lastLineWith(pattern, text))
+            return shortened(*line);
+    }
     return fmt::format("exit code {}", status);
 }
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -94,6 +95,8 @@ TORVO_CHILD_SIDE int runChild(void* argument) {
         return fail(Step::workingFolder);
     restoreSignals();
     if (plan.confinement != nullptr) {
+        // Nobody said yes to it, so it does not outlive who asked for it either (prctl(2)).
+        ::syscall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
         if (const int error = plan.confinement->apply(); error != 0) {
             errno = error;
             return fail(Step::confine);

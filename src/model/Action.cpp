@@ -82,26 +82,8 @@ Decoded<std::vector<std::string>> texts(const Json& object, const char* key) {
     return list;
 }
 
-Decoded<Action> decodeShell(const Json& values) {
-    auto command = text(values, "command");
-    if (!command)
-        return std::unexpected(command.error());
-    auto explanation = text(values, "explanation");
-    if (!explanation)
-        return std::unexpected(explanation.error());
-    const auto destructive = boolean(values, "destructive");
-    if (!destructive)
-        return std::unexpected(destructive.error());
-    Shell shell{std::move(*command), std::move(*explanation), *destructive, std::nullopt};
-    if (const Json* preview = memberOf(values, "preview"); preview != nullptr && !preview->is_null()) {
-        if (!preview->is_string())
-            return typeMismatch("preview", "a text");
-        shell.preview = preview->get<std::string>();
-    }
-    return shell;
-}
-
-Decoded<Action> decodeSelectByCommand(const Json& values) {
+/// The two texts that both kinds of commands have.
+Decoded<SelectByCommand> decodeCommand(const Json& values) {
     auto command = text(values, "command");
     if (!command)
         return std::unexpected(command.error());
@@ -109,6 +91,22 @@ Decoded<Action> decodeSelectByCommand(const Json& values) {
     if (!explanation)
         return std::unexpected(explanation.error());
     return SelectByCommand{std::move(*command), std::move(*explanation)};
+}
+
+Decoded<Action> decodeShell(const Json& values) {
+    auto texts = decodeCommand(values);
+    if (!texts)
+        return std::unexpected(texts.error());
+    const auto destructive = boolean(values, "destructive");
+    if (!destructive)
+        return std::unexpected(destructive.error());
+    Shell shell{std::move(texts->command), std::move(texts->explanation), *destructive, std::nullopt};
+    if (const Json* preview = memberOf(values, "preview"); preview != nullptr && !preview->is_null()) {
+        if (!preview->is_string())
+            return typeMismatch("preview", "a text");
+        shell.preview = preview->get<std::string>();
+    }
+    return shell;
 }
 
 } // namespace
@@ -202,7 +200,10 @@ std::expected<Action, ActionDecodingError> decodeAction(const Json& document) {
         return ZipSelection{};
     if (name == "shell")
         return decodeShell(*values);
-    return decodeSelectByCommand(*values);
+    auto select = decodeCommand(*values);
+    if (!select)
+        return std::unexpected(select.error());
+    return std::move(*select);
 }
 
 std::expected<Action, ActionDecodingError> decodeActionText(std::string_view document) {

@@ -235,7 +235,10 @@ std::string printable(std::string_view bytes) {
 }
 
 std::string printableLine(std::string_view bytes) {
-    return replacingCharacters(bytes, [](std::int32_t c) { return u_charType(c) == U_CONTROL_CHAR || isLineBreak(c); });
+    return replacingCharacters(bytes, [](std::int32_t c) {
+        return u_charType(c) == U_CONTROL_CHAR || isLineBreak(c) || u_hasBinaryProperty(c, UCHAR_BIDI_CONTROL) != 0 ||
+               c == 0x200B || c == 0xFEFF;
+    });
 }
 
 std::string counted(std::size_t count, std::string_view singular) {

@@ -80,8 +80,9 @@ struct CodePoint {
 /// `bytes` with each ill-formed sequence replaced by U+FFFD: fit for showing and for JSON.
 [[nodiscard]] std::string printable(std::string_view bytes);
 
-/// `bytes` with control characters (line breaks and terminal escapes among them) shown as U+FFFD as well, so that the
-/// text stays on one line and cannot drive a terminal.
+/// `bytes` with control characters (line breaks and terminal escapes among them), those that turn the direction of
+/// writing, and invisible spaces shown as U+FFFD as well, so that the text stays on one line, cannot drive a terminal
+/// and reads as it is.
 [[nodiscard]] std::string printableLine(std::string_view bytes);
 
 /// "3 files", "1 file", "0 files": the plural is for every count but one.

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <csignal>
+#include <filesystem>
 #include <map>
 #include <sstream>
 
@@ -80,7 +81,7 @@ TEST_F(CommandLineTest, ExitsWithAStatusAndOneLineOfError) {
     };
     const Row rows[] = {
         {{}, 2, "", "torvo: what should be done? See torvo --help\n"},
-        {{"fly"}, 2, "", "torvo: “fly” is no command of torvo; see torvo --help\n"},
+        {{"fly"}, 2, "", "torvo: “fly” is no command of torvo; did you mean torvo run fly FILE...? See torvo --help\n"},
         {{"run", "zip"},
          1,
          "",
@@ -157,11 +158,16 @@ TEST_F(CommandLineTest, TakesFilesOfAnyName) {
     EXPECT_EQ(json({"plan", "zip", "./sub/../plan", "--json", "--files-from",
                     m_home.file("list", "a b\n\nx").path()})["files"],
               Json({(m_work / "plan").path(), (m_work / "a b").path(), (m_work / "x").path()}));
+    // ".." after a link is what the system takes it for: the folder above the link's target.
+    (void)m_work.folder("real/inner");
+    std::filesystem::create_symlink("real/inner", (m_work / "link").path());
+    EXPECT_EQ(json({"plan", "--json", "zip", "link/../b"})["files"], Json({(m_work / "real/b").path()}));
     const auto selected = torvo({"run", "select all txt", m_work.file("\xff.txt").path()});
     EXPECT_EQ(selected.output, "Matched 1 file.\n" + m_work.path() + "/\xff.txt\n");
 }
 
 TEST_F(CommandLineTest, PrintsOneJsonObjectWhenAskedTo) {
+    EXPECT_EQ(json({"run", "--json", "--no-such-option"})["status"], "failed");
     const auto a = m_work.file("a\xff.txt").path();
     const std::string shownPath = m_work.path() + "/a\xEF\xBF\xBD.txt";
     EXPECT_EQ(json({"run", "--json", "select all txt", a}),
@@ -240,7 +246,7 @@ TEST_F(CommandLineTest, ShowsWhatAPlanWouldRename) {
     };
     answer("");
     EXPECT_EQ(torvo({"plan", "rename it", a}).output,
-              "⚠️ DESTRUCTIVE — Rename\n$ " + plan["command"].get<std::string>() +
+              "⚠️ DESTRUCTIVE — Rename\n  $ " + plan["command"].get<std::string>() +
                   "\nroute: intent-llm; needs --allow-destructive: yes\n" + a + " -> " + m_work.path() + "/new.txt\n");
     answer("");
     const auto object = json({"plan", "--json", "rename it", a});

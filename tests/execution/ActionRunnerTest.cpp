@@ -136,7 +136,7 @@ TEST(ResolvePaths, TakesEachLineAsTheBytesOfAName) {
     const auto abroad = elsewhere.file("b.txt").path();
     const std::string output = "./a.txt\n" + abroad +
                                "\n\nc.txt\nmissing\n spaced \nspaced\ncr\r\na.txt\r\n\xff.odd\n" +
-                               std::string("a.txt\0x", 7) + "\nsub\n./sub/deep\nc.txt\n~\n$HOME";
+                               std::string("a.txt\0x", 7) + "\nsub\n./sub/deep\n.//c.txt\n~\n$HOME";
     const auto home = folder.path();
     EXPECT_EQ(pathsOf(resolvePaths(output, folder.url())),
               (std::vector<std::string>{home + "/a.txt", abroad, home + "/c.txt", home + "/ spaced ", home + "/cr\r",

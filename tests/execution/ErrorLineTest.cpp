@@ -34,4 +34,13 @@ TEST(ErrorLine, PicksTheLineThatExplainsTheFailure) {
     for (const Row& row : rows)
         EXPECT_EQ(errorLine(row.standardOutput, row.standardError, 7), row.expected) << row.standardError;
     EXPECT_EQ(errorLine("", "", -1), "exit code -1");
+
+    // A flood without a line break is still searched whole, but told in a few words.
+    std::string flood = "\u00E9";
+    while (flood.size() < 1'000'000)
+        flood += flood;
+    const auto told = errorLine("", "cannot " + flood + " INVALID\nlast", 7);
+    EXPECT_TRUE(told.starts_with("cannot \u00E9\u00E9") && told.ends_with("\u00E9…")) << told.size();
+    EXPECT_LE(told.size(), 2010U);
+    EXPECT_EQ(errorLine("", std::string(2000, 'x'), 7).size(), 2000U);
 }

@@ -31,6 +31,7 @@ TEST(Text, LowersWellFormedTextAndKeepsOtherBytes) {
     EXPECT_EQ(uppercased("stra\u00DFe"), "STRASSE");
     EXPECT_EQ(printable("a\xFF\n\xE2\x82z"), "a\uFFFD\n\uFFFDz");
     EXPECT_EQ(printableLine("a\x1B[2J\n\u2028b\u0085"), "a\uFFFD[2J\uFFFD\uFFFDb\uFFFD");
+    EXPECT_EQ(printableLine("safe\u202Egnp.exe\u200B\u2069"), "safe\uFFFDgnp.exe\uFFFD\uFFFD");
 }
 
 TEST(FileURL, TakesPathsApartAsBytes) {

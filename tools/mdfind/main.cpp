@@ -99,7 +99,10 @@ std::string absolutePath(const std::string& path) {
     std::string whole = path;
     if (!path.starts_with('/')) {
         char* here = ::getcwd(nullptr, 0);
-        whole = std::string(here == nullptr ? "" : here) + "/" + path;
+        // In a folder that was deleted there is nothing to find, and no path to it.
+        if (here == nullptr)
+            return path;
+        whole = std::string(here) + "/" + path;
         std::free(here);
     }
     std::string clean;
