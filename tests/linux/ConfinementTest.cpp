@@ -24,7 +24,7 @@ using ::testing::Not;
 const std::vector<std::string> kHarmlessCommands = {
     // Listings
     "ls",
-    "ls -la --color=always",
+    "ls -lA --color=always",
     "ls -lt --time-style=full-iso | head -3",
     "ls -l /dev/null /proc/self/mounts /etc | sort -k5n | tail -3",
     "ls /nowhere",
