@@ -1,6 +1,7 @@
 // The classification keeps its promises on every text.
 #include "Require.h"
 #include "model/CommandSafety.h"
+#include "model/ShellText.h"
 #include "support/Text.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "model/CommandSafety.h"
 
+#include "model/ShellText.h"
 #include "support/Text.h"
 
 #include <re2/re2.h>
@@ -172,110 +173,6 @@ constexpr WordSet kReadOnlySelectionCommands(std::array{
 
 constexpr WordSet kPreviewBlockWords(std::array{"done"sv, "fi"sv, "else"sv});
 
-/// Replaces every span between two `quote` characters, these included, by one space.
-void stripSpans(std::string& text, char quote) {
-    auto kept = text.find(quote);
-    auto close = kept == std::string::npos ? kept : text.find(quote, kept + 1);
-    if (close == std::string::npos)
-        return;
-    // What is kept moves down over what is not: `kept` is where the next piece goes.
-    while (true) {
-        text[kept++] = ' ';
-        const auto open = text.find(quote, close + 1);
-        const auto next = open == std::string::npos ? open : text.find(quote, open + 1);
-        const auto end = next == std::string::npos ? text.size() : open;
-        std::copy(text.data() + close + 1, text.data() + end, text.data() + kept);
-        kept += end - close - 1;
-        if (next == std::string::npos)
-            break;
-        close = next;
-    }
-    text.resize(kept);
-}
-
-/// The last component of a path-like word: "rm" of "/bin/rm" and of "rm/".
-std::string_view lastComponent(std::string_view word) {
-    while (word.size() > 1 && word.back() == '/')
-        word.remove_suffix(1);
-    auto start = word.size();
-    while (start > 0 && word[start - 1] != '/')
-        --start;
-    return word.size() == 1 ? word : word.substr(start);
-}
-
-/// For each byte whether it is one of the ASCII characters that make words.
-constexpr auto kASCIIWordCharacters = [] {
-    std::array<bool, 256> table{};
-    for (unsigned c = 0; c < 128; ++c)
-        table.at(c) = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-                      c == '.' || c == '/' || c == '-';
-    return table;
-}();
-
-bool isASCII(char c) {
-    return static_cast<unsigned char>(c) < 0x80;
-}
-
-bool isASCIIWordCharacter(char c) {
-    return kASCIIWordCharacters[static_cast<unsigned char>(c)];
-}
-
-/// The length in bytes of the user-perceived character at `offset`.
-std::size_t characterLength(std::string_view text, std::size_t offset) {
-    auto end = offset + (isASCII(text[offset]) ? 1 : codePointAt(text, offset).length);
-    while (end < text.size() && !isASCII(text[end])) {
-        const auto next = codePointAt(text, end);
-        if (!isExtender(next.value))
-            break;
-        end += next.length;
-    }
-    return end - offset;
-}
-
-/// The length in bytes of the word character at `offset`; 0 when the character there separates words.
-std::size_t wordCharacterLength(std::string_view text, std::size_t offset) {
-    const char c = text[offset];
-    const bool isPlain = offset + 1 == text.size() || isASCII(text[offset + 1]);
-    if (isASCII(c) && isPlain)
-        return isASCIIWordCharacter(c) ? 1 : 0;
-    const auto base = codePointAt(text, offset);
-    const auto length = characterLength(text, offset);
-    // A punctuation mark with an accent is another character than the mark.
-    const bool isWord = isLetterOrNumber(base.value) || (base.value < 0x80 && length == 1 && isASCIIWordCharacter(c));
-    return isWord ? length : 0;
-}
-
-/// The length in bytes of the word that begins `text`; 0 when a separator does.
-std::size_t wordLength(std::string_view text) {
-    std::size_t end = 0;
-    while (true) {
-        const auto start = end;
-        while (end < text.size() && isASCIIWordCharacter(text[end]))
-            ++end;
-        if (end == text.size() || isASCII(text[end]))
-            return end;
-        // What follows may be an accent of the last of these.
-        if (end > start)
-            --end;
-        const auto length = wordCharacterLength(text, end);
-        if (length == 0)
-            return end;
-        end += length;
-    }
-}
-
-/// Calls `visit` with each word of `text` until it answers true; whether it did.
-template <typename Visit>
-bool anyWord(std::string_view text, Visit visit) {
-    while (!text.empty()) {
-        const auto length = wordLength(text);
-        if (length > 0 && visit(text.substr(0, length)))
-            return true;
-        text.remove_prefix(length > 0 ? length : characterLength(text, 0));
-    }
-    return false;
-}
-
 bool containsSubstitution(std::string_view withoutSingleQuotes) {
     if (!contains(withoutSingleQuotes, "$("))
         return false;
@@ -353,22 +250,6 @@ PreviewStep classifyPreviewSegment(std::string_view segment) {
 
 } // namespace
 
-std::string strippingQuotedContent(std::string_view text) {
-    std::string stripped(text);
-    stripSpans(stripped, '\'');
-    stripSpans(stripped, '"');
-    return stripped;
-}
-
-std::vector<std::string_view> shellLikeWords(std::string_view text) {
-    std::vector<std::string_view> words;
-    anyWord(text, [&](std::string_view word) {
-        words.push_back(word);
-        return false;
-    });
-    return words;
-}
-
 bool commandSubstitutionsAreSafe(std::string_view command) {
     std::size_t from = 0;
     while (true) {
@@ -391,13 +272,13 @@ bool commandSubstitutionsAreSafe(std::string_view command) {
 bool looksDestructive(std::string_view command, SafeSubstitutions substitutions) {
     const auto lower = lowercased(command);
     auto unquoted = lower;
-    stripSpans(unquoted, '\'');
+    replaceQuotedSpans(unquoted, '\'');
     if (containsSubstitution(unquoted) &&
         (substitutions == SafeSubstitutions::rejected || !commandSubstitutionsAreSafe(command)))
         return true;
     if (contains(unquoted, "`"))
         return true;
-    stripSpans(unquoted, '"');
+    replaceQuotedSpans(unquoted, '"');
     if (contains(unquoted, ">") || contains(unquoted, "-delete") || contains(unquoted, ":(){"))
         return true;
     bool mayOverwrite = false;
@@ -421,10 +302,10 @@ std::vector<std::string> matches(std::string_view pattern, std::string_view text
 bool isProvablyReadOnlySelectionCommand(std::string_view command) {
     auto text = lowercased(command);
     const bool callsSystem = contains(text, "system(");
-    stripSpans(text, '\'');
+    replaceQuotedSpans(text, '\'');
     if (contains(text, "`") || contains(text, "$("))
         return false;
-    stripSpans(text, '"');
+    replaceQuotedSpans(text, '"');
     if (text.empty() || containsAnyOf(text, "\n&><"))
         return false;
     for (auto i = text.find(';'); i != std::string::npos; i = text.find(';', i + 1)) {

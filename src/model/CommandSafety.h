@@ -9,13 +9,6 @@ namespace torvo {
 /// The textual classification of commands. Nothing here runs a command or looks at a file: every answer is a pure
 /// function of the text, and takes time linear in its length.
 
-/// The text with every single-quoted span, then every double-quoted span, replaced by one space. Spans do not nest; an
-/// unmatched quote stays.
-[[nodiscard]] std::string strippingQuotedContent(std::string_view text);
-
-/// The maximal runs of letters, numbers and the characters "_./-", in order. The views point into `text`.
-[[nodiscard]] std::vector<std::string_view> shellLikeWords(std::string_view text);
-
 /// Whether the command of every "$(" is printf, echo, dirname or basename, arithmetic expansions apart. Arguments are
 /// not judged.
 [[nodiscard]] bool commandSubstitutionsAreSafe(std::string_view command);

@@ -1,4 +1,5 @@
 #include "model/CommandSafety.h"
+#include "model/ShellText.h"
 #include "support/Text.h"
 #include "tests/support/IcuRegex.h"
 

@@ -1,5 +1,7 @@
 #include "model/CommandSafety.h"
 
+#include "model/ShellText.h"
+
 #include <gtest/gtest.h>
 
 #include <string>

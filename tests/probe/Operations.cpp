@@ -10,6 +10,7 @@
 #include "execution/ProcessRunner.h"
 #include "linux/LinuxProcessHost.h"
 #include "model/CommandSafety.h"
+#include "model/ShellText.h"
 #include "planning/PlanningPrompt.h"
 #include "planning/PresetEngine.h"
 #include "planning/RawPlan.h"
