@@ -27,12 +27,14 @@ struct CommandArguments {
     bool isJson = false;
 
     void addTo(CLI::App& app) {
-        app.add_option("COMMAND", command, IntentText::kCommand)->required();
-        app.add_option("FILE", paths, IntentText::kFiles);
+        app.add_option("COMMAND", command, IntentText::kCommand)->required()->option_text(" ");
+        app.add_option("FILE", paths, IntentText::kFiles)->option_text(" ");
         auto* list =
             app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
+        list->option_text("LIST");
         app.add_flag("-0,--null", isNulSeparated, "The list's names end in a NUL byte, as find -print0 writes them")
-            ->needs(list);
+            ->needs(list)
+            ->option_text(" ");
         app.add_flag("--json", isJson, "Print one JSON object");
     }
 

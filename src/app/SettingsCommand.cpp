@@ -39,7 +39,9 @@ ExitStatus settingsCommand(const std::vector<std::string>& arguments) {
     auto* nameOption = app.add_option("KEY", name, "The setting");
     auto* valueOption = app.add_option("VALUE", value, "What to set it to");
     auto* unsetOption = app.add_option("--unset", unset, "Remove the value of this key");
-    unsetOption->excludes(nameOption);
+    unsetOption->excludes(nameOption)->option_text("KEY");
+    nameOption->option_text(" ");
+    valueOption->option_text(" ");
     std::string keys = "Settings:\n";
     for (const auto& key : SettingsTable::keys())
         keys += fmt::format("  {:<24}{}\n", key.name, key.meaning);
@@ -80,10 +82,10 @@ ExitStatus rulesCommand(const std::vector<std::string>& arguments) {
     std::string id;
     CLI::App app("Lists your own shortcuts: a short trigger that stands for a longer command.", "torvo rules");
     auto* add = app.add_subcommand("add", "Add a rule");
-    add->add_option("TRIGGER", trigger, "The phrase that you type")->required();
-    add->add_option("EXPANSION", expansion, "The command that it stands for")->required();
+    add->add_option("TRIGGER", trigger, "The phrase that you type")->required()->option_text(" ");
+    add->add_option("EXPANSION", expansion, "The command that it stands for")->required()->option_text(" ");
     auto* remove = app.add_subcommand("remove", "Remove a rule");
-    remove->add_option("ID", id, "The rule's identifier, as torvo rules lists it")->required();
+    remove->add_option("ID", id, "The rule's identifier, as torvo rules lists it")->required()->option_text(" ");
     // After one subcommand the other's name is an ordinary text.
     app.require_subcommand(0, 1);
     if (const auto status = parse(app, arguments))
