@@ -195,7 +195,7 @@ void benchLog() {
         ::close(descriptor);
     };
     reportRatio("append to the command log (x20)",
-                compare(repeated(20, appendBare), repeated(20, append), 101, TimeSource::processor), 4);
+                compare(repeated(20, appendBare), repeated(20, append), 101, TimeSource::processor), 3);
 }
 
 } // namespace
