@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <ranges>
 #include <utility>
 
@@ -46,11 +47,6 @@ const RE2& arithmeticExpansion() {
 const RE2& sedInPlace() {
     static const RE2& pattern = compiled(R"((?:^|[^@word@extender])[@extender]*sed)"
                                          R"((?:[^@word@extender\n;|][^\n;|]*)?[@space]-i(?:[@space]|$))");
-    return pattern;
-}
-
-const RE2& execProgram() {
-    static const RE2& pattern = compiled("-exec[@space]+([^@space;]+)");
     return pattern;
 }
 
@@ -100,43 +96,35 @@ bool hasOption(std::string_view text, std::string_view option, OptionValue value
     return false;
 }
 
-/// A constant set of words, kept by length: most words that are not in it are told by their length and first letter.
+/// A constant set of words of at least two letters. Most words that are not in it are told by their last two letters.
 template <std::size_t count>
 class WordSet {
   public:
     constexpr explicit WordSet(std::array<std::string_view, count> words) : m_words(words) {
-        std::ranges::sort(m_words, {}, &std::string_view::size);
-        for (std::size_t i = 0; i < count; ++i) {
-            auto& group = m_groups.at(m_words[i].size());
-            if (group.firstLetters == 0)
-                group.begin = i;
-            group.end = i + 1;
-            group.firstLetters |= letterBit(m_words[i]);
-        }
+        for (const auto word : words)
+            m_endings.at(endingOf(word) / 64) |= std::uint64_t{1} << endingOf(word) % 64;
     }
     [[nodiscard]] bool contains(std::string_view word) const {
-        if (word.empty() || word.size() >= m_groups.size())
-            return false;
-        const auto& group = m_groups[word.size()];
-        return (group.firstLetters & letterBit(word)) != 0 &&
-               std::any_of(m_words.begin() + group.begin, m_words.begin() + group.end,
-                           [&](std::string_view member) { return member.front() == word.front() && member == word; });
+        return mayContain(word) && std::ranges::find(m_words, word) != m_words.end();
+    }
+    /// Whether the last component of a path-like word is in the set.
+    [[nodiscard]] bool containsLastComponent(std::string_view word) const {
+        return word.ends_with('/') ? contains(lastComponent(word)) : mayContain(word) && contains(lastComponent(word));
     }
 
   private:
-    static constexpr std::uint32_t letterBit(std::string_view word) {
-        return std::uint32_t{1} << (static_cast<unsigned char>(word.front()) % 32);
+    /// A number below 1024 for the last two letters.
+    static constexpr std::size_t endingOf(std::string_view word) {
+        const auto letters = word.substr(word.size() - 2);
+        return (static_cast<unsigned char>(letters[0]) % 32U) * 32U + static_cast<unsigned char>(letters[1]) % 32U;
+    }
+    [[nodiscard]] bool mayContain(std::string_view word) const {
+        return word.size() >= 2 && (m_endings[endingOf(word) / 64] >> endingOf(word) % 64 & 1) != 0;
     }
 
-    /// The words of one length.
-    struct Group {
-        std::size_t begin = 0;
-        std::size_t end = 0;
-        std::uint32_t firstLetters = 0;
-    };
-
     std::array<std::string_view, count> m_words;
-    std::array<Group, 16> m_groups{};
+    /// Bit n is set when a word ends with the letters that `endingOf` numbers n.
+    std::array<std::uint64_t, 16> m_endings{};
 };
 
 constexpr WordSet kDestructiveCommands(std::array{
@@ -200,11 +188,23 @@ std::vector<std::string> captured(const RE2& pattern, std::string_view text, int
     return texts;
 }
 
-/// Whether find's "-exec" runs nothing but stat.
+/// Whether find's "-exec" runs nothing but stat: each one's program, which white space parts from it, ends before white
+/// space or ";".
 bool executesOnlyStat(std::string_view segment) {
-    return !contains(segment, "-exec") ||
-           std::ranges::all_of(captured(execProgram(), segment, 1),
-                               [](std::string_view program) { return lastComponent(program) == "stat"; });
+    constexpr std::string_view option = "-exec";
+    for (auto at = segment.find(option); at != std::string_view::npos; at = segment.find(option)) {
+        segment.remove_prefix(at + option.size());
+        const auto program = trimmedStart(segment, TextTrim::spacesAndLineBreaks);
+        if (program.size() == segment.size())
+            continue;
+        std::size_t length = 0;
+        while (length < program.size() && program[length] != ';' && !beginsWithWhiteSpace(program.substr(length)))
+            length += codePointAt(program, length).length;
+        if (length > 0 && lastComponent(program.substr(0, length)) != "stat")
+            return false;
+        segment = program.substr(length);
+    }
+    return true;
 }
 
 /// `callsSystem`: the command mentions awk's system() anywhere.
@@ -286,7 +286,7 @@ bool looksDestructive(std::string_view command, SafeSubstitutions substitutions)
     const bool namesDestructiveCommand = anyWord(lower, [&](std::string_view word) {
         mayOverwrite |= word == "-y";
         mayEditInPlace |= word == "-i";
-        return kDestructiveCommands.contains(lastComponent(word));
+        return kDestructiveCommands.containsLastComponent(word);
     });
     return namesDestructiveCommand || (mayOverwrite && contains(lower, "ffmpeg") && hasOption(lower, "-y")) ||
            (mayEditInPlace && contains(lower, "sed") && found(sedInPlace(), lower));

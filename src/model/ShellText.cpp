@@ -97,6 +97,22 @@ std::size_t wordLength(std::string_view text) {
     }
 }
 
+WordMask wordMask(std::string_view text) {
+    const auto size = std::min<std::size_t>(text.size(), 64);
+    const auto stretch = text.substr(0, std::min(text.size(), size + 1));
+    unsigned char all = 0;
+    for (const char c : stretch)
+        all |= static_cast<unsigned char>(c);
+    WordMask mask{size, 0};
+    if (all >= 0x80) {
+        const auto other = static_cast<std::size_t>(std::ranges::find_if_not(stretch, isASCII) - stretch.begin());
+        mask.length = other == 0 ? 0 : other - 1;
+    }
+    for (std::size_t i = 0; i < mask.length; ++i)
+        mask.bits |= std::uint64_t{isASCIIWordCharacter(text[i])} << i;
+    return mask;
+}
+
 std::vector<std::string_view> shellLikeWords(std::string_view text) {
     std::vector<std::string_view> words;
     anyWord(text, [&](std::string_view word) {

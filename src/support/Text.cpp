@@ -61,6 +61,17 @@ std::string canonicalForm(std::string_view text) {
     });
 }
 
+/// Whether a character beyond ASCII has a lower-case form.
+bool hasOtherUpperCase(std::string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const auto c = codePointAt(text, i);
+        if (c.value >= 0x80 && u_tolower(c.value) != c.value)
+            return true;
+        i += c.length;
+    }
+    return false;
+}
+
 template <typename Replaced>
 std::string replacingCharacters(std::string_view bytes, Replaced isReplaced) {
     std::string result;
@@ -110,7 +121,8 @@ std::string lowercased(std::string_view text) {
         bits |= static_cast<unsigned char>(c);
         c = static_cast<char>(c + ((c >= 'A' && c <= 'Z') ? 'a' - 'A' : 0));
     }
-    if (bits < 0x80)
+    // Most other texts hold no upper-case letter beyond ASCII; whoever has one changes by the simple mapping as well.
+    if (bits < 0x80 || !hasOtherUpperCase(result))
         return result;
     return convertingWellFormed(text, [](icu::StringPiece piece, icu::ByteSink& sink) {
         UErrorCode failure = U_ZERO_ERROR;
