@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/Panel.h"
+#include "platform/Screens.h"
+#include "support/Geometry.h"
+
+#include <functional>
+#include <optional>
+
+namespace torvo {
+
+/// The full bar, or the narrow one that waits docked to a window.
+enum class BarForm { compact, expanded };
+
+/// Where the panel belongs: just under the window `frame`, or above it where there is no room, or in the middle of the
+/// main screen when there is no window. `height`: the panel's present height, which is kept. Absent when there is no
+/// screen to place it on.
+[[nodiscard]] std::optional<Rect> panelPlacement(const std::optional<Rect>& frame, BarForm form, double height,
+                                                 const ScreenLayout& layout);
+
+/// The floating window of the command bar. Main thread only.
+class CommandBarPanel {
+  public:
+    /// Both must outlive the panel.
+    CommandBarPanel(Panel& window, Screens& screens) : m_window(window), m_screens(screens) {}
+
+    /// Places and sizes the panel by `panelPlacement`.
+    void position(const std::optional<Rect>& frame, BarForm form);
+    /// `action` is called after the panel became key (true) or resigned it (false).
+    void onKeyChange(std::function<void(bool isKey)> action) { m_window.setKeyChangeAction(std::move(action)); }
+
+    [[nodiscard]] bool isVisible() const { return m_window.isVisible(); }
+    void orderFront() { m_window.orderFront(); }
+    void orderOut() { m_window.orderOut(); }
+    void makeKey() { m_window.makeKey(); }
+
+  private:
+    Panel& m_window;
+    Screens& m_screens;
+};
+
+} // namespace torvo

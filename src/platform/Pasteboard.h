@@ -1,0 +1,28 @@
+#pragma once
+
+#include "support/FileURL.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace torvo {
+
+/// The clipboard as a source. Main thread only.
+class Pasteboard {
+  public:
+    virtual ~Pasteboard() = default;
+
+    /// The files on it, in order; addresses that name no file are left out.
+    [[nodiscard]] virtual std::vector<FileURL> fileURLs() = 0;
+    /// Whether it holds a picture that `png` or `tiff` would return, without fetching it.
+    [[nodiscard]] virtual bool hasImage() = 0;
+    /// The picture on it as the bytes of a PNG file.
+    [[nodiscard]] virtual std::optional<std::string> png() = 0;
+    /// The picture on it as the bytes of a TIFF file.
+    [[nodiscard]] virtual std::optional<std::string> tiff() = 0;
+    /// The PNG file of the picture in a TIFF file; absent when it cannot be read.
+    [[nodiscard]] virtual std::optional<std::string> pngFromTIFF(const std::string& tiff) = 0;
+};
+
+} // namespace torvo
