@@ -8,6 +8,14 @@ bool autoAttach(UserDefaults& defaults) {
     return defaults.getAs<bool>("autoAttach").value_or(true);
 }
 
+std::expected<void, std::string> setAutoAttach(bool isOn, UserDefaults& defaults) {
+    return defaults.set("autoAttach", isOn);
+}
+
+bool dryRunPreview(UserDefaults& defaults) {
+    return defaults.getAs<bool>("dryRunPreview").value_or(false);
+}
+
 HotKeyConfiguration hotKey(UserDefaults& defaults) {
     const auto data = defaults.getAs<DefaultsData>("globalHotKey");
     return HotKeyConfiguration::decode(data ? std::optional(data->bytes) : std::nullopt);

@@ -15,6 +15,11 @@ namespace SettingsStore {
 /// Whether the bar docks to file-manager windows; true unless a Boolean says otherwise.
 [[nodiscard]] bool autoAttach(UserDefaults& defaults);
 
+std::expected<void, std::string> setAutoAttach(bool isOn, UserDefaults& defaults);
+
+/// Whether every command is shown and confirmed before it runs; false unless a Boolean says otherwise.
+[[nodiscard]] bool dryRunPreview(UserDefaults& defaults);
+
 /// The global shortcut; Command-Shift-Space where none is stored that can be read.
 [[nodiscard]] HotKeyConfiguration hotKey(UserDefaults& defaults);
 std::expected<void, std::string> setHotKey(const HotKeyConfiguration& hotKey, UserDefaults& defaults);

@@ -142,8 +142,10 @@ ActionRunner::ActionRunner(Selecting& selector, ProcessHost& host, RunnerEnviron
       m_processes(host) {}
 
 RunOutcome ActionRunner::execute(const Action& action, const FinderContext& context, const ProgressCallback& progress,
-                                 Consent consent) {
-    clearCancelled();
+                                 Consent consent, const std::stop_token& stop) {
+    const std::lock_guard turn(m_turn);
+    m_processes.clearCancelled();
+    const std::stop_callback cancel(stop, [this] { m_processes.cancel(); });
     return perform(action, context, progress, consent);
 }
 
@@ -256,9 +258,11 @@ RunOutcome ActionRunner::runSelectByCommand(const SelectByCommand& select, const
     return SelectedCount{paths.size()};
 }
 
-ProcessResult ActionRunner::readonlyOutput(std::string_view command, const FinderContext& context,
-                                           const FileURL& home) {
-    clearCancelled();
+ProcessResult ActionRunner::readonlyOutput(std::string_view command, const FinderContext& context, const FileURL& home,
+                                           const std::stop_token& stop) {
+    const std::lock_guard turn(m_turn);
+    m_processes.clearCancelled();
+    const std::stop_callback cancel(stop, [this] { m_processes.cancel(); });
     auto request = shellRequest(command, context, workingFolder(context).value_or(home));
     request.confinement = Confinement::readOnly;
     return m_processes.run(request);

@@ -8,7 +8,9 @@
 #include "model/Selecting.h"
 
 #include <functional>
+#include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,20 +46,18 @@ struct RunnerEnvironment {
     FileURL applicationSupport;
 };
 
-/// Carries out actions. One action at a time; `cancelCurrent` may come from any thread.
+/// Carries out actions. One at a time: a second one that is asked for meanwhile waits for its turn. Callable from any
+/// thread.
 class ActionRunner {
   public:
     /// `selector` and `host` must outlive the runner.
     ActionRunner(Selecting& selector, ProcessHost& host, RunnerEnvironment environment,
                  FolderLister listContents = defaultLister);
 
-    /// Runs an action to its end, an earlier cancel forgotten; blocks the calling thread. The gate is the caller's
-    /// business.
+    /// Runs an action to its end; blocks the calling thread. The gate is the caller's business. A stop, also one that
+    /// came before, ends the run with everything that it started; an earlier `cancelCurrent` is forgotten.
     RunOutcome execute(const Action& action, const FinderContext& context, const ProgressCallback& progress,
-                       Consent consent);
-    /// The same, but a cancel that came before counts.
-    RunOutcome perform(const Action& action, const FinderContext& context, const ProgressCallback& progress,
-                       Consent consent);
+                       Consent consent, const std::stop_token& stop = {});
 
     /// One line that says what the action would do here.
     [[nodiscard]] std::string summary(const Action& action, const FinderContext& context) const;
@@ -73,20 +73,22 @@ class ActionRunner {
     /// Runs a command confined to reading, for its output alone. The working folder is the selection's, else the
     /// context's, else `home`.
     [[nodiscard]] ProcessResult readonlyOutput(std::string_view command, const FinderContext& context,
-                                               const FileURL& home);
+                                               const FileURL& home, const std::stop_token& stop = {});
 
     /// Asks the running action to stop. Returns at once.
     void cancelCurrent() { m_processes.cancel(); }
-    /// Forgets an earlier cancel; `execute` and `readonlyOutput` do so themselves.
-    void clearCancelled() { m_processes.clearCancelled(); }
 
   private:
+    RunOutcome perform(const Action& action, const FinderContext& context, const ProgressCallback& progress,
+                       Consent consent);
     void logFailed(std::string_view command, const ProcessResult& result) const;
 
     Selecting& m_selector;
     RunnerEnvironment m_environment;
     FolderLister m_listContents;
     ProcessRunner m_processes;
+    /// Held by the run whose turn it is.
+    std::mutex m_turn;
 };
 
 } // namespace torvo

@@ -38,4 +38,9 @@ std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     return saved;
 }
 
+std::expected<void, std::string> HistoryStore::clear() {
+    m_items.clear();
+    return m_defaults.remove(kHistoryKey);
+}
+
 } // namespace torvo

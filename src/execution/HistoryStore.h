@@ -22,6 +22,8 @@ class HistoryStore {
     /// Remembers a command, on top of what is stored by now. The error is the line of the settings store; the command
     /// is then remembered in memory alone.
     std::expected<void, std::string> record(std::string_view text);
+    /// Forgets everything, also what is stored. The error is as above; memory is emptied in any case.
+    std::expected<void, std::string> clear();
 
   private:
     UserDefaults& m_defaults;

@@ -30,7 +30,7 @@ class OperationStore {
 
   private:
     FileURL m_file;
-    SystemLog& m_log;
+    SystemLog* m_log;
     Clock m_now;
 };
 

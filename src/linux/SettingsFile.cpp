@@ -2,6 +2,7 @@
 
 #include "linux/FileLock.h"
 #include "linux/SettingsDocument.h"
+#include "support/AtomicFile.h"
 #include "support/Descriptor.h"
 
 #include <fcntl.h>
@@ -34,10 +35,6 @@ std::int64_t nanoseconds(const timespec& time) {
     return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
-std::string systemError(int code) {
-    return std::error_code(code, std::generic_category()).message();
-}
-
 /// The file that a chain of symbolic links ends at, be it there or not.
 std::string followingLinks(std::filesystem::path path) {
     std::error_code error;
@@ -48,63 +45,6 @@ std::string followingLinks(std::filesystem::path path) {
         path = path.parent_path() / target;
     }
     return path.string();
-}
-
-/// Makes a folder and those above it, for the user alone. 0, or the error number.
-int makeFolders(const FileURL& folder) {
-    if (::mkdir(folder.path().c_str(), 0700) == 0 || errno == EEXIST)
-        return 0;
-    if (errno != ENOENT || folder.path() == "/")
-        return errno;
-    if (const int error = makeFolders(folder.deletingLastPathComponent()))
-        return error;
-    return ::mkdir(folder.path().c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
-
-int writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR)
-            return errno;
-        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    return 0;
-}
-
-/// Where the next content of the file is written. A fixed name: under the lock there is one writer, and a crash leaves
-/// one such file at most.
-std::string temporaryOf(const std::string& path) {
-    return path + ".new";
-}
-
-/// Writes the next content of the file to the disk, beside it. 0, or the error number.
-int prepareFile(const std::string& path, std::string_view bytes) {
-    const std::string temporary = temporaryOf(path);
-    ::unlink(temporary.c_str());
-    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!file.isOpen())
-        return errno;
-    int error = writeAll(file.get(), bytes);
-    if (error == 0 && (::fchmod(file.get(), 0600) != 0 || ::fsync(file.get()) != 0))
-        error = errno;
-    if (error != 0)
-        ::unlink(temporary.c_str());
-    return error;
-}
-
-/// Puts the prepared content in the place of the file, for good when it returns. 0, or the error number.
-int commitFile(const std::string& path) {
-    if (::rename(temporaryOf(path).c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        ::unlink(temporaryOf(path).c_str());
-        return error;
-    }
-    const Descriptor folder(
-        ::open(FileURL(path).deletingLastPathComponent().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot sync a folder; the file itself is safe already.
-    if (folder.isOpen())
-        ::fsync(folder.get());
-    return 0;
 }
 
 } // namespace
@@ -167,7 +107,7 @@ std::expected<void, std::string> SettingsFile::update(std::string_view key, cons
     const std::lock_guard threadLock(m_mutex);
     const std::string path = followingLinks(m_location.path());
     if (const int error = makeFolders(FileURL(path).deletingLastPathComponent()))
-        return failure(systemError(error));
+        return failure(systemErrorText(error));
     const auto lock = FileLock::take(path + ".lock");
     if (!lock)
         return failure(lock.error());
@@ -218,7 +158,7 @@ void SettingsFile::read(const std::string& path) {
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
-        return fail(Content::inaccessible, systemError(errno));
+        return fail(Content::inaccessible, systemErrorText(errno));
     if (!S_ISREG(status.st_mode))
         return fail(Content::inaccessible, path + " is not a file");
     std::string text;
@@ -228,7 +168,7 @@ void SettingsFile::read(const std::string& path) {
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return fail(Content::inaccessible, systemError(errno));
+            return fail(Content::inaccessible, systemErrorText(errno));
         if (count == 0)
             break;
         text.append(buffer, static_cast<std::size_t>(count));
@@ -262,14 +202,14 @@ std::expected<void, std::string> SettingsFile::write(const json& document) {
     if (static_cast<std::int64_t>(text->size()) > kLargestFile)
         return std::unexpected("they are too large");
     const std::string path = followingLinks(m_location.path());
-    if (const int error = prepareFile(path, *text))
-        return std::unexpected(systemError(error));
+    if (const int error = prepareReplacement(path, *text))
+        return std::unexpected(systemErrorText(error));
     if (m_content == Content::notSettings)
         if (auto moved = setAside(path); !moved)
             return moved;
     m_version.reset();
-    if (const int error = commitFile(path))
-        return std::unexpected(systemError(error));
+    if (const int error = commitReplacement(path))
+        return std::unexpected(systemErrorText(error));
     return {};
 }
 
@@ -285,7 +225,7 @@ std::expected<void, std::string> SettingsFile::setAside(const std::string& path)
             continue;
         // Under the lock nobody else makes this name between the question and the answer.
         if (::link(path.c_str(), free.path().c_str()) != 0)
-            return std::unexpected(systemError(errno));
+            return std::unexpected(systemErrorText(errno));
         m_report("[Torvo] Kept the unreadable settings as " + free.path());
         return {};
     }

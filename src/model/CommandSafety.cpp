@@ -1,6 +1,7 @@
 #include "model/CommandSafety.h"
 
 #include "model/ShellText.h"
+#include "support/Overloaded.h"
 #include "support/Text.h"
 
 #include <re2/re2.h>
@@ -330,6 +331,16 @@ bool isSafePreviewCommand(std::string_view command) {
         prints |= step == PreviewStep::prints;
     }
     return prints;
+}
+
+bool needsPermission(const Action& action) {
+    return std::visit(
+        Overloaded{
+            [](const Shell& shell) { return shell.destructive || looksDestructive(shell.command); },
+            [](const SelectByCommand& select) { return !isProvablyReadOnlySelectionCommand(select.command); },
+            [](const auto&) { return false; },
+        },
+        action);
 }
 
 } // namespace torvo

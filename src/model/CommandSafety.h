@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Action.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,5 +36,9 @@ enum class SafeSubstitutions {
 
 /// Whether a rename preview does nothing but print, so that it may run before the user agreed to anything.
 [[nodiscard]] bool isSafePreviewCommand(std::string_view command);
+
+/// Whether an action takes more than a plain yes: its command is marked or looks destructive, or is a listing that may
+/// do more than list.
+[[nodiscard]] bool needsPermission(const Action& action);
 
 } // namespace torvo

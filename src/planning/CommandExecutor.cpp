@@ -1,6 +1,6 @@
 #include "planning/CommandExecutor.h"
 
-#include "execution/ErrorLine.h"
+#include "execution/RenamePreview.h"
 #include "model/CommandSafety.h"
 #include "planning/PlanningPrompt.h"
 #include "planning/RulesStore.h"
@@ -31,16 +31,6 @@ std::string sentence(const LLMPlanError& error) {
 }
 
 } // namespace
-
-bool needsPermission(const Action& action) {
-    return std::visit(
-        Overloaded{
-            [](const Shell& shell) { return shell.destructive || looksDestructive(shell.command); },
-            [](const SelectByCommand& select) { return !isProvablyReadOnlySelectionCommand(select.command); },
-            [](const auto&) { return false; },
-        },
-        action);
-}
 
 CommandExecutor::CommandExecutor(const CommandPlanner& planner, Services services, LLMPlannerFactory makeLLMPlanner)
     : m_planner(planner), m_services(std::move(services)), m_makeLLMPlanner(std::move(makeLLMPlanner)) {
@@ -102,8 +92,7 @@ Outcome CommandExecutor::execute(const Plan& plan, Consent consent, const Progre
                                  const std::stop_token& stop) const {
     CapturingSelector selector;
     ActionRunner runner(selector, m_services.processes, m_services.environment);
-    const std::stop_callback cancel(stop, [&runner] { runner.cancelCurrent(); });
-    const auto outcome = runner.perform(plan.action, plan.context, progress, consent);
+    const auto outcome = runner.execute(plan.action, plan.context, progress, consent, stop);
     const auto log = [&](std::string_view event, std::string_view detail) {
         m_services.log.outcome(plan.logID, event, detail);
     };
@@ -137,19 +126,10 @@ PreviewResult CommandExecutor::preview(const Plan& plan, const FileURL& home, co
         return {};
     CapturingSelector unused;
     ActionRunner runner(unused, m_services.processes, m_services.environment);
-    const std::stop_callback cancel(stop, [&runner] { runner.cancelCurrent(); });
-    const auto result = runner.readonlyOutput(*shell->preview, plan.context, home);
-    if (result.confinementUnavailable)
-        return std::unexpected(Failure{"No preview is possible: this machine cannot confine it to reading."});
-    if (result.status != 0) {
-        return std::unexpected(
-            Failure{fmt::format("Couldn't prepare a safe preview: {}",
-                                errorLine(result.standardOutput.text(), result.standardError.text(), result.status))});
-    }
-    auto rows = parsePreview(result.standardOutput.bytes());
-    if (auto error = previewValidationError(rows, plan.context.selection))
-        return std::unexpected(Failure{std::move(*error)});
-    return rows;
+    auto rows = renamePreview(runner, *shell->preview, plan.context, home, stop);
+    if (!rows)
+        return std::unexpected(Failure{std::move(rows.error().message)});
+    return std::move(*rows);
 }
 
 } // namespace torvo

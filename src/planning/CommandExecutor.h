@@ -100,7 +100,4 @@ class CommandExecutor {
     LLMPlannerFactory m_makeLLMPlanner;
 };
 
-/// Whether an action needs the user's permission before it runs without a window.
-[[nodiscard]] bool needsPermission(const Action& action);
-
 } // namespace torvo

@@ -1,13 +1,16 @@
 #include "support/Text.h"
 
 #include <fmt/format.h>
+#include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
+#include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace torvo {
 
@@ -221,6 +224,20 @@ std::vector<std::string_view> splitLines(std::string_view text) {
 
 std::string joined(const std::vector<std::string>& pieces, std::string_view separator) {
     return fmt::format("{}", fmt::join(pieces, separator));
+}
+
+std::string_view firstCharacters(std::string_view text, std::size_t count) {
+    UErrorCode failure = U_ZERO_ERROR;
+    UText* reader = utext_openUTF8(nullptr, text.data(), static_cast<std::int64_t>(text.size()), &failure);
+    const std::unique_ptr<icu::BreakIterator> characters(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), failure));
+    if (U_SUCCESS(failure))
+        characters->setText(reader, failure);
+    std::int32_t end = 0;
+    for (std::size_t i = 0; i < count && U_SUCCESS(failure) && end != icu::BreakIterator::DONE; ++i)
+        end = characters->next();
+    utext_close(reader);
+    return end == icu::BreakIterator::DONE ? text : text.substr(0, static_cast<std::size_t>(end));
 }
 
 bool isLetterOrNumber(std::int32_t codePoint) {

@@ -65,6 +65,9 @@ struct CodePoint {
 /// The pieces with `separator` between them.
 [[nodiscard]] std::string joined(const std::vector<std::string>& pieces, std::string_view separator);
 
+/// The first `count` user-perceived characters of the text (Unicode Standard Annex #29).
+[[nodiscard]] std::string_view firstCharacters(std::string_view text, std::size_t count);
+
 /// A character of Unicode category L (letter) or N (number).
 [[nodiscard]] bool isLetterOrNumber(std::int32_t codePoint);
 

@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <future>
 #include <thread>
 
 namespace torvo {
@@ -249,6 +250,28 @@ TEST_F(ActionRunnerTest, CancelsBeforeAndDuringACommandWithoutLoggingIt) {
         ::unlink((m_work / "started").path().c_str());
     }
     EXPECT_EQ(log(), "");
+}
+
+TEST_F(ActionRunnerTest, TakesRunsInTurnAndNeverStartsOneThatWasStopped) {
+    std::stop_source first;
+    std::stop_source second;
+    const auto run = [&](const char* command, const std::stop_source& stop) {
+        return std::async(std::launch::async, [this, command, token = stop.get_token()] {
+            return shown(
+                m_runner.execute(Shell{command, "done", false, std::nullopt}, here(), {}, Consent::given, token));
+        });
+    };
+    auto running = run("touch started; sleep 100", first);
+    ASSERT_TRUE(testing::eventually([&] { return (m_work / "started").exists(); }));
+    auto waiting = run("touch never", second);
+    auto patient = run("touch third", {});
+    second.request_stop();
+    EXPECT_EQ(patient.wait_for(std::chrono::milliseconds(0)), std::future_status::timeout);
+    first.request_stop();
+    EXPECT_EQ(running.get(), "failure: Cancelled");
+    EXPECT_EQ(waiting.get(), "failure: Cancelled");
+    EXPECT_EQ(patient.get(), "completed: done");
+    EXPECT_THAT(names(), UnorderedElementsAre("started", "third"));
 }
 
 TEST_F(ActionRunnerTest, SelectsWhatAListingPrints) {

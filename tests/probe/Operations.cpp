@@ -16,70 +16,16 @@
 #include "planning/RawPlan.h"
 #include "planning/RulesStore.h"
 #include "support/Overloaded.h"
+#include "tests/probe/Values.h"
 
 #include <nlohmann/json.hpp>
 
-#include <functional>
-#include <map>
-#include <optional>
-#include <set>
 #include <stdexcept>
 #include <string_view>
 
 namespace torvo::probe {
 
 namespace {
-
-using Operation = std::function<Json(const Json& in)>;
-
-std::string text(const Json& in, const char* key) {
-    return in.at(key).get<std::string>();
-}
-
-std::optional<std::string> optionalText(const Json& in, const char* key) {
-    const Json* value = memberOf(in, key);
-    return value == nullptr || value->is_null() ? std::nullopt : std::optional(value->get<std::string>());
-}
-
-template <typename Value>
-Json orNull(const std::optional<Value>& value) {
-    return value ? Json(*value) : Json();
-}
-
-Action action(const Json& document) {
-    auto decoded = decodeAction(document);
-    if (!decoded)
-        throw std::runtime_error(decoded.error().description);
-    return std::move(*decoded);
-}
-
-Json orNull(const std::optional<Action>& value) {
-    return value ? encode(*value) : Json();
-}
-
-std::vector<FileURL> files(const Json& paths) {
-    std::vector<FileURL> urls;
-    for (const Json& path : paths)
-        urls.emplace_back(path.get<std::string>());
-    return urls;
-}
-
-std::optional<FileURL> folder(const Json& in) {
-    const auto path = optionalText(in, "folder");
-    return path ? std::optional(FileURL(*path)) : std::nullopt;
-}
-
-FinderContext context(const Json& in) {
-    return {folder(in), files(in.at("selection"))};
-}
-
-/// A file system that holds just the listed paths.
-std::function<bool(const FileURL&)> fileSystem(const Json& in) {
-    std::set<std::string> existing;
-    for (const auto& file : files(in.at("existing")))
-        existing.insert(file.path());
-    return [existing = std::move(existing)](const FileURL& url) { return existing.contains(url.path()); };
-}
 
 Json outcome(const std::optional<RunOutcome>& result) {
     if (!result)
@@ -125,12 +71,7 @@ Json planned(const Json& in) {
 }
 
 Json expansion(const Json& in) {
-    std::vector<Rule> rules;
-    for (const Json& rule : in.at("rules")) {
-        rules.push_back(
-            {UUID::parse(text(rule, "id")).value_or(UUID{}), text(rule, "trigger"), text(rule, "expansion")});
-    }
-    return orNull(expansionFor(text(in, "input"), rules));
+    return orNull(expansionFor(text(in, "input"), rules(in)));
 }
 
 Json previewRows(const Json& in) {
@@ -153,8 +94,8 @@ HotKeyConfiguration hotKey(const Json& in) {
             in.at("control").get<bool>()};
 }
 
-const std::map<std::string, Operation, std::less<>>& operations() {
-    static const std::map<std::string, Operation, std::less<>> all{
+OperationTable commandOperations() {
+    return {
         {"preset.match", [](const Json& in) { return orNull(PresetEngine::match(text(in, "text"))); }},
         {"preset.normalize", [](const Json& in) { return Json(PresetEngine::normalize(text(in, "text"))); }},
         {"preset.extensionsForToken",
@@ -232,6 +173,14 @@ const std::map<std::string, Operation, std::less<>>& operations() {
         {"hotkey.decode",
          [](const Json& in) { return *parseJson(HotKeyConfiguration::decode(optionalText(in, "data")).encoded()); }},
     };
+}
+
+const OperationTable& operations() {
+    static const OperationTable all = [] {
+        OperationTable merged = commandOperations();
+        merged.merge(barOperations());
+        return merged;
+    }();
     return all;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/Json.h"
+#include "tests/probe/Values.h"
 
 #include <string>
 
@@ -8,5 +9,8 @@ namespace torvo::probe {
 
 /// Answers one line of the protocol: an object {"op": NAME, "in": {…}}. The answer is {"out": …} or {"error": text}.
 [[nodiscard]] Json answer(const std::string& line);
+
+/// What the bar says and offers.
+[[nodiscard]] OperationTable barOperations();
 
 } // namespace torvo::probe

@@ -93,6 +93,16 @@ TEST(Probe, OffersEachFamilyOfOperations) {
         {R"({"op":"history.record","in":{"items":["a","b"],"text":"b "}})", R"(["b","a"])"},
         {R"({"op":"hotkey.decode","in":{"data":null}})",
          R"({"command":true,"control":false,"key":"space","option":false,"shift":true})"},
+        {R"({"op":"bar.previewLabel","in":{"action":{"select":{"_0":{"extensions":{"_0":["png","jpg"]}}}}}})",
+         R"("Select .png .jpg files")"},
+        {R"({"op":"bar.contextDescription","in":{"folder":"/f/My Pictures","count":3,"dropped":true}})",
+         R"("📁 My Pictures · 3 dropped")"},
+        {R"({"op":"bar.chips","in":{"rules":[],"folder":"/f","selection":["/f/a.png"],"history":["x"]}})",
+         R"([{"title":"JPG","input":"jpg"},{"title":"PNG","input":"png"},{"title":"Resize 1000px","input":"resize to 1000px wide"},{"title":"Make smaller","input":"make these images smaller"}])"},
+        {R"({"op":"bar.progressLine","in":{"label":"Converting…","completed":3,"total":8}})",
+         R"("Converting…   37% · Esc to cancel")"},
+        {R"({"op":"bar.progressLine","in":{"label":"Converting…","completed":-3,"total":-8}})",
+         R"("Converting…   Esc to cancel")"},
     };
     std::vector<std::string> lines;
     for (const auto& row : rows)

@@ -1,0 +1,193 @@
+// From a planned action to its outcome: preview, confirmation, running, cancelling.
+#include "commandbar/BarTexts.h"
+#include "commandbar/CommandBarService.h"
+#include "commandbar/RunBeside.h"
+#include "desktop/Notifier.h"
+#include "desktop/SettingsStore.h"
+#include "model/CommandSafety.h"
+#include "support/Overloaded.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace torvo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kBriefly = 1400ms;
+/// How long files that were created stay on offer.
+constexpr auto kWithOutputs = 7000ms;
+
+} // namespace
+
+void CommandBarService::dispatch(const Action& action, const FinderContext& context, Consent consent) {
+    if (const auto* shell = std::get_if<Shell>(&action); shell != nullptr && consent == Consent::none) {
+        if (shell->preview || SettingsStore::dryRunPreview(m_services.defaults)) {
+            startPreview(*shell, context);
+            return;
+        }
+    }
+    if (const auto answer = gate(action, context, consent, m_services.processes.canConfine()))
+        handle(*answer, action, context);
+    else if (const auto* select = std::get_if<Select>(&action))
+        handle(m_services.runner.runSelect(select->spec, context), action, context);
+    else
+        beginRunning(action, context, consent);
+}
+
+void CommandBarService::awaitConfirmation(PendingAction pending, std::string prompt) {
+    m_state.pending = std::move(pending);
+    show(std::move(prompt), m_state.pendingIsDestructive() ? StatusKind::failure : StatusKind::confirm);
+}
+
+// Preview
+
+void CommandBarService::startPreview(const Shell& shell, const FinderContext& context) {
+    if (!shell.preview) {
+        showFilesInstead(shell, context, "");
+        return;
+    }
+    if (!isSafePreviewCommand(*shell.preview) || !m_services.processes.canConfine()) {
+        showFilesInstead(shell, context, "\nPreview unavailable; review the exact command.");
+        return;
+    }
+    m_dismissal.reset();
+    beginToken();
+    m_state.pending.reset();
+    m_state.isRunning = true;
+    show("Preparing preview…", StatusKind::info);
+    runBeside([&runner = m_services.runner, command = *shell.preview, context, home = m_services.home,
+               stop = m_runs.get_token()] { return renamePreview(runner, command, context, home, stop); },
+              [this, shell, context](std::expected<std::vector<PreviewRow>, PreviewFailure> preview) {
+                  finishPreview(shell, context, std::move(preview));
+              });
+}
+
+void CommandBarService::finishPreview(const Shell& shell, const FinderContext& context,
+                                      std::expected<std::vector<PreviewRow>, PreviewFailure> preview) {
+    m_state.isRunning = false;
+    if (preview) {
+        awaitConfirmation({shell, context, std::move(*preview)},
+                          fmt::format("{}\n$ {}", shell.explanation, shell.command));
+    } else if (preview.error().isUnavailable) {
+        showFilesInstead(shell, context, "\nPreview unavailable; review the exact command.");
+    } else {
+        m_state.pending.reset();
+        m_lastRunRenameRows.clear();
+        showFailure(std::move(preview.error().message));
+        logOutcome("preview-failed", m_lastError);
+    }
+}
+
+void CommandBarService::showFilesInstead(const Shell& shell, const FinderContext& context, std::string_view reason) {
+    std::vector<PreviewRow> rows;
+    for (const auto& file : context.selection)
+        rows.push_back({file.path(), std::nullopt});
+    awaitConfirmation({shell, context, std::move(rows)},
+                      fmt::format("{}{}\n$ {}", shell.explanation, reason, shell.command));
+}
+
+void CommandBarService::confirmPending() {
+    if (!m_state.pending)
+        return;
+    const Turn turn(*this);
+    const auto pending = *std::exchange(m_state.pending, std::nullopt);
+    m_lastRunRenameRows = pending.rows;
+    logOutcome("confirmed");
+    dispatch(pending.action, pending.context, Consent::given);
+}
+
+// Running
+
+void CommandBarService::beginRunning(const Action& action, const FinderContext& context, Consent consent) {
+    m_dismissal.reset();
+    beginToken();
+    m_lastRunInputs = context.selection;
+    m_state.pending.reset();
+    m_state.isRunning = true;
+    m_state.progress = OperationProgress{"Running…", std::nullopt, std::nullopt};
+    show(progressLine(*m_state.progress), StatusKind::info);
+    runBeside(
+        [this, onMain = onMainWhileCurrent(), &runner = m_services.runner, action, context, consent,
+         stop = m_runs.get_token()] {
+            const auto report = [&](const OperationProgress& progress) {
+                onMain([this, progress] {
+                    if (!m_state.isRunning)
+                        return;
+                    m_state.progress = progress;
+                    show(progressLine(progress), StatusKind::info);
+                });
+            };
+            return runner.execute(action, context, report, consent, stop);
+        },
+        [this, action, context](const RunOutcome& outcome) {
+            m_state.isRunning = false;
+            m_state.progress.reset();
+            handle(outcome, action, context);
+        });
+}
+
+void CommandBarService::handle(const RunOutcome& outcome, const Action& action, const FinderContext& context) {
+    if (!std::holds_alternative<Completed>(outcome) && !std::holds_alternative<NeedsConfirmation>(outcome))
+        m_lastRunRenameRows.clear();
+    std::visit(Overloaded{
+                   [&](const SelectedCount& selected) {
+                       logOutcome("selected", std::to_string(selected.count));
+                       show(selectedLine(selected.count), StatusKind::success);
+                       scheduleDismiss(kBriefly);
+                   },
+                   [&](const Completed& completed) {
+                       logOutcome("completed", completed.message);
+                       handleCompleted(completed, action);
+                   },
+                   [&](const NeedsConfirmation& needed) { awaitConfirmation({action, context, {}}, needed.prompt); },
+                   [&](const Noop& noop) {
+                       logOutcome("noop", noop.message);
+                       show(noop.message, StatusKind::info);
+                   },
+                   [&](const Failure& failure) {
+                       logOutcome("failed", failure.message);
+                       showFailure(failure.message);
+                   },
+               },
+               outcome);
+}
+
+void CommandBarService::handleCompleted(const Completed& completed, const Action& action) {
+    show(completed.message, StatusKind::success);
+    m_state.resultOutputs = completed.outputs;
+    recordOperation(action, completed.message, completed.outputs);
+    notifyIfBackgrounded(completed.message);
+    scheduleDismiss(completed.outputs.empty() ? kBriefly : kWithOutputs);
+}
+
+void CommandBarService::notifyIfBackgrounded(std::string_view message) {
+    if (!m_state.isKeyWindow && m_services.workspace.frontmostApplication() != kFinderIdentifier)
+        Notifier::post(m_services.notifications, "Torvo", message);
+}
+
+void CommandBarService::cancel() {
+    const Turn turn(*this);
+    beginToken();
+    if (!m_state.isRunning && !m_state.pending) {
+        dismiss();
+        return;
+    }
+    if (m_state.isRunning) {
+        m_runs.request_stop();
+        m_runs = {};
+        m_state.isRunning = false;
+        m_state.progress.reset();
+        logOutcome("cancelled");
+    } else {
+        m_state.pending.reset();
+        logOutcome("cancelled-at-confirm");
+    }
+    m_lastRunRenameRows.clear();
+    show("Cancelled", StatusKind::info);
+}
+
+} // namespace torvo

@@ -1,0 +1,368 @@
+// The bar's input: typing, history, showing and hiding, and the way from a text to an action.
+#include "commandbar/CommandBarService.h"
+
+#include "commandbar/BarTexts.h"
+#include "commandbar/RunBeside.h"
+#include "desktop/ClipboardService.h"
+#include "desktop/SettingsStore.h"
+#include "planning/LLMPlanner.h"
+#include "planning/PlanningPrompt.h"
+#include "planning/PresetEngine.h"
+#include "planning/RulesStore.h"
+#include "support/Text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace torvo {
+
+CommandBarService::CommandBarService(CommandBarServices services)
+    : m_services(std::move(services)), m_history(m_services.defaults) {
+    m_state.operations = m_services.store.load();
+    m_state.autoAttachEnabled = SettingsStore::autoAttach(m_services.defaults);
+    m_services.panel.onKeyChange([this](bool isKey) {
+        m_services.distributed.post(isKey ? "torvobar.commandBarFocused" : "torvobar.commandBarBlurred");
+        keyWindowChanged(isKey);
+    });
+}
+
+CommandBarService::~CommandBarService() {
+    m_services.panel.onKeyChange({});
+    m_modelRequest.request_stop();
+    m_runs.request_stop();
+}
+
+// Context
+
+FinderContext CommandBarService::effectiveContext() {
+    if (m_droppedSelection && !m_droppedSelection->empty())
+        return {m_droppedSelection->front().deletingLastPathComponent(), *m_droppedSelection};
+    return {m_services.finder.frontWindowFolder(), m_services.finder.selectedFiles()};
+}
+
+void CommandBarService::refreshContext() {
+    const auto context = effectiveContext();
+    m_state.contextHint = contextDescription(context.folder, context.selection.size(),
+                                             m_droppedSelection && !m_droppedSelection->empty());
+    m_state.clipboardAvailable = ClipboardService::hasContent(m_services.pasteboard);
+    refreshChips(context);
+}
+
+void CommandBarService::refreshChips(const FinderContext& context) {
+    m_state.chips =
+        barChips(RulesStore(m_services.defaults).rules(), context.folder, context.selection, m_history.items());
+}
+
+// Typing
+
+void CommandBarService::inputChanged(std::string text) {
+    const Turn turn(*this);
+    m_state.text = std::move(text);
+    m_historyIndex = -1;
+    // Whoever types on wants the bar to stay.
+    m_dismissal.reset();
+    m_state.pending.reset();
+    m_state.resultOutputs.clear();
+    m_state.canAskAIToFix = false;
+    auto [line, kind] = liveHint(m_state.text);
+    show(std::move(line), kind);
+}
+
+void CommandBarService::historyUp() {
+    if (m_history.items().empty())
+        return;
+    if (m_historyIndex == -1)
+        m_stashedInput = m_state.text;
+    browseHistory(std::min(m_historyIndex + 1, static_cast<int>(m_history.items().size()) - 1));
+}
+
+void CommandBarService::historyDown() {
+    if (m_historyIndex != -1)
+        browseHistory(m_historyIndex - 1);
+}
+
+void CommandBarService::browseHistory(int index) {
+    const Turn turn(*this);
+    m_historyIndex = index;
+    m_state.text = index == -1 ? m_stashedInput : m_history.items()[static_cast<std::size_t>(index)];
+    ++m_state.focusTrigger;
+}
+
+void CommandBarService::clearHistory() {
+    const Turn turn(*this);
+    // A history that cannot be removed from the settings is at least gone from the bar.
+    (void)m_history.clear();
+    m_historyIndex = -1;
+    m_stashedInput.clear();
+    refreshContext();
+}
+
+// Submitting
+
+void CommandBarService::submit(std::string text) {
+    m_state.text = std::move(text);
+    submit();
+}
+
+void CommandBarService::submit() {
+    const Turn turn(*this);
+    if (m_state.isRunning)
+        return;
+    if (m_state.awaitingConfirm()) {
+        if (!m_state.pendingIsDestructive())
+            confirmPending();
+        return;
+    }
+    beginToken();
+    m_dismissal.reset();
+    m_historyIndex = -1;
+    m_state.resultOutputs.clear();
+    m_state.canAskAIToFix = false;
+    m_lastRunRenameRows.clear();
+    const std::string input(trimmed(m_state.text, TextTrim::spaces));
+    if (input.empty()) {
+        dismiss();
+        return;
+    }
+    // A history that cannot be stored is still there until the bar quits.
+    (void)m_history.record(input);
+    m_lastInput = RulesStore(m_services.defaults).expansion(input).value_or(input);
+    const auto context = effectiveContext();
+    m_lastContext = context;
+    if (const auto preset = PresetEngine::match(m_lastInput)) {
+        logPlan("preset", m_lastInput, context, {{"action", describe(*preset)}});
+        dispatch(*preset, context, Consent::none);
+        return;
+    }
+    logModelPlan("llm", m_lastInput, context);
+    startLLMPlan(m_lastInput, context);
+}
+
+void CommandBarService::startLLMPlan(const std::string& text, const FinderContext& context) {
+    show("Asking local LLM…", StatusKind::info);
+    m_modelRequest = {};
+    const LLMPlanner planner{LLMEndpoint::current(m_services.defaults), &m_services.session, &m_services.log,
+                             m_currentLogID};
+    runBeside([planner, text, context, stop = m_modelRequest.get_token()] { return planner.plan(text, context, stop); },
+              [this, context, baseURL = planner.endpoint.baseURL](const std::expected<Action, LLMPlanError>& answer) {
+                  finishLLMPlan(answer, context, baseURL);
+              });
+}
+
+void CommandBarService::finishLLMPlan(const std::expected<Action, LLMPlanError>& answer, const FinderContext& context,
+                                      const std::string& baseURL) {
+    if (!m_services.panel.isVisible())
+        return;
+    if (answer) {
+        dispatch(*answer, context, Consent::none);
+        return;
+    }
+    showFailure(planErrorLine(answer.error(), baseURL));
+    logOutcome("plan-failed", m_lastError);
+}
+
+void CommandBarService::askAIToFix() {
+    if (m_lastInput.empty() || m_state.isRunning)
+        return;
+    const Turn turn(*this);
+    m_state.canAskAIToFix = false;
+    beginToken();
+    m_dismissal.reset();
+    m_state.pending.reset();
+    const auto context = m_lastContext ? *m_lastContext : effectiveContext();
+    const auto prompt = PlanningPrompt::repairRequest(m_lastInput, m_lastError);
+    logModelPlan("llm-fix", prompt, context);
+    startLLMPlan(prompt, context);
+}
+
+// The command log
+
+void CommandBarService::logPlan(std::string_view route, std::string_view input, const FinderContext& context,
+                                Json extra) {
+    m_currentLogID = UUID::random();
+    m_services.log.plan(*m_currentLogID, route, input, context, std::move(extra));
+}
+
+void CommandBarService::logModelPlan(std::string_view route, std::string_view input, const FinderContext& context) {
+    const auto endpoint = LLMEndpoint::current(m_services.defaults);
+    Json extra{{"endpoint", endpoint.baseURL}, {"model", endpoint.model}};
+    if (m_services.log.isEnabled())
+        extra["tools"] = PlanningPrompt::availableTools();
+    logPlan(route, input, context, std::move(extra));
+}
+
+void CommandBarService::logOutcome(std::string_view outcome, std::string_view detail) {
+    if (m_currentLogID)
+        m_services.log.outcome(*m_currentLogID, outcome, detail);
+}
+
+// Showing, docking and hiding
+
+void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
+    if (!m_services.panel.isVisible())
+        resetState();
+    m_lastFinderFrame = frame;
+    m_services.panel.position(frame, form);
+    m_services.panel.orderFront();
+}
+
+void CommandBarService::toggle() {
+    const Turn turn(*this);
+    if (m_services.panel.isVisible())
+        m_services.panel.makeKey();
+    else if (m_services.workspace.frontmostApplication() == kFinderIdentifier)
+        openExpanded();
+}
+
+void CommandBarService::openExpanded() {
+    const Turn turn(*this);
+    const auto frame = m_services.finder.frontWindowFrame();
+    if (!frame) {
+        detach();
+        return;
+    }
+    placeUnder(*frame, BarForm::expanded);
+    m_services.panel.makeKey();
+}
+
+void CommandBarService::prefill(std::string text) {
+    const Turn turn(*this);
+    m_services.workspace.activate(kFinderIdentifier);
+    openExpanded();
+    inputChanged(std::move(text));
+    ++m_state.focusTrigger;
+}
+
+void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
+    if (files.empty())
+        return;
+    const Turn turn(*this);
+    if (!m_services.panel.isVisible()) {
+        if (const auto frame = m_services.finder.frontWindowFrame())
+            placeUnder(*frame, restingForm());
+        else
+            detach();
+    }
+    m_droppedSelection = files;
+    m_services.finder.select(files);
+    refreshContext();
+    m_services.panel.makeKey();
+}
+
+void CommandBarService::useClipboard() {
+    handleDrop(ClipboardService::ingest(m_services.pasteboard, m_services.finder.frontWindowFolder(),
+                                        m_services.home.appendingPath("Desktop")));
+}
+
+void CommandBarService::syncAttachment() {
+    const auto frame = m_services.finder.frontWindowFrame();
+    const bool isVisible = m_services.panel.isVisible();
+    if (frame == m_lastFinderFrame && isVisible == frame.has_value())
+        return;
+    const Turn turn(*this);
+    if (!frame) {
+        if (isVisible)
+            detach();
+    } else if (!isVisible) {
+        placeUnder(*frame, restingForm());
+    } else {
+        m_lastFinderFrame = frame;
+        m_services.panel.position(frame, restingForm());
+    }
+}
+
+void CommandBarService::keyWindowChanged(bool isKey) {
+    const Turn turn(*this);
+    m_state.isKeyWindow = isKey;
+    m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
+    if (isKey) {
+        refreshContext();
+        ++m_state.focusTrigger;
+    }
+}
+
+void CommandBarService::setAutoAttachEnabled(bool isEnabled) {
+    const Turn turn(*this);
+    m_state.autoAttachEnabled = isEnabled;
+    // A setting that cannot be stored holds until the bar quits.
+    (void)SettingsStore::setAutoAttach(isEnabled, m_services.defaults);
+}
+
+void CommandBarService::abandonWork() {
+    m_dismissal.reset();
+    beginToken();
+    m_state.pending.reset();
+    m_state.isRunning = false;
+    m_state.progress.reset();
+    m_state.resultOutputs.clear();
+    m_droppedSelection.reset();
+    m_lastRunRenameRows.clear();
+}
+
+void CommandBarService::resetState() {
+    const Turn turn(*this);
+    abandonWork();
+    m_state.text.clear();
+    show("", StatusKind::hint);
+    m_historyIndex = -1;
+    m_state.canAskAIToFix = false;
+    refreshContext();
+}
+
+void CommandBarService::detach() {
+    const Turn turn(*this);
+    abandonWork();
+    m_services.panel.orderOut();
+}
+
+void CommandBarService::dismiss() {
+    if (m_state.autoAttachEnabled && m_services.finder.frontWindowFrame()) {
+        resetState();
+        m_services.workspace.activate(kFinderIdentifier);
+    } else {
+        detach();
+    }
+}
+
+void CommandBarService::scheduleDismiss(std::chrono::milliseconds delay) {
+    m_dismissal = m_services.dispatcher.runAfter(delay, [this] {
+        // An undo may have set the clock while something runs.
+        if (m_state.isRunning)
+            return;
+        const Turn turn(*this);
+        const auto fired = std::move(m_dismissal);
+        dismiss();
+    });
+}
+
+void CommandBarService::show(std::string text, StatusKind kind) {
+    m_state.status = std::move(text);
+    m_state.statusKind = kind;
+}
+
+void CommandBarService::showFailure(std::string message) {
+    m_lastError = message;
+    m_state.canAskAIToFix = !m_lastInput.empty();
+    show(std::move(message), StatusKind::failure);
+}
+
+void CommandBarService::beginToken() {
+    ++m_requestToken;
+    m_modelRequest.request_stop();
+}
+
+std::function<void(std::function<void()> action)> CommandBarService::onMainWhileCurrent() {
+    return [this, token = m_requestToken, alive = std::weak_ptr(m_alive),
+            &dispatcher = m_services.dispatcher](std::function<void()> action) {
+        dispatcher.runOnMain([this, token, alive, action = std::move(action)] {
+            if (alive.expired() || token != m_requestToken)
+                return;
+            const Turn turn(*this);
+            action();
+        });
+    };
+}
+
+} // namespace torvo

@@ -1,0 +1,220 @@
+#pragma once
+
+#include "commandbar/CommandBarState.h"
+#include "desktop/CommandBarPanel.h"
+#include "desktop/FinderService.h"
+#include "execution/ActionRunner.h"
+#include "execution/CommandLog.h"
+#include "execution/HistoryStore.h"
+#include "execution/OperationStore.h"
+#include "execution/RenamePreview.h"
+#include "planning/RawPlan.h"
+#include "platform/Dispatcher.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/HttpSession.h"
+#include "platform/Pasteboard.h"
+#include "platform/ProcessHost.h"
+#include "platform/Trash.h"
+#include "platform/UserDefaults.h"
+#include "platform/UserNotifications.h"
+#include "platform/Workspace.h"
+#include "support/FileURL.h"
+#include "support/Observable.h"
+#include "support/UUID.h"
+
+#include <chrono>
+#include <cstdint>
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torvo {
+
+/// What the bar works with. Everything must outlive the controller, and what runs beside the main thread (the runner,
+/// the session, the log, the dispatcher) must outlive the dispatcher's detached tasks.
+struct CommandBarServices {
+    Dispatcher& dispatcher;
+    CommandBarPanel& panel;
+    FinderService& finder;
+    Workspace& workspace;
+    ActionRunner& runner;
+    ProcessHost& processes;
+    UserDefaults& defaults;
+    HttpSession& session;
+    CommandLog& log;
+    Pasteboard& pasteboard;
+    UserNotifications& notifications;
+    DistributedNotifications& distributed;
+    Trash& trash;
+    OperationStore store;
+    FileURL home;
+    /// When an activity record is made.
+    std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
+};
+
+/// The one object behind the command bar: it owns what the bar shows, reacts to every key, click and drop, turns the
+/// typed text into an action, asks, runs it, shows what came of it, and can undo it and run it again. Main thread only.
+class CommandBarService {
+  public:
+    /// Loads the activity list and the history.
+    explicit CommandBarService(CommandBarServices services);
+    /// Asks what still runs to stop; its results are dropped.
+    ~CommandBarService();
+    CommandBarService(const CommandBarService&) = delete;
+    CommandBarService& operator=(const CommandBarService&) = delete;
+
+    [[nodiscard]] const CommandBarState& state() const { return m_state; }
+    /// Calls `listener` after every change of the state.
+    Subscription observe(std::function<void()> listener) { return m_observers.add(std::move(listener)); }
+
+    /// The field's text was edited.
+    void inputChanged(std::string text);
+    /// Return was pressed, or a chip was clicked: understands the text and starts what it means; confirms a pending
+    /// action that is not destructive.
+    void submit();
+    /// The same for a chip: its command replaces the text first.
+    void submit(std::string text);
+    void historyUp();
+    void historyDown();
+    void clearHistory();
+
+    /// The shortcut: gives the bar the keyboard, showing it first when the file manager is at the front.
+    void toggle();
+    /// Puts a command into the field, for the user to look at.
+    void prefill(std::string text);
+    /// Files were dropped on the bar: they replace the selection.
+    void handleDrop(const std::vector<FileURL>& files);
+    /// Takes what is on the clipboard as dropped files.
+    void useClipboard();
+    /// Shows the bar in its full form under the front file-manager window and gives it the keyboard; without a window
+    /// it is hidden. `whenHidden`: a click on a docked bar leaves the bar where it is.
+    void openExpanded();
+    /// Docks the bar to the front file-manager window, follows it, or hides with it.
+    void syncAttachment();
+    /// Hides the bar and abandons what is pending.
+    void detach();
+    void setAutoAttachEnabled(bool isEnabled);
+
+    /// Runs the pending action.
+    void confirmPending();
+    /// Esc: ends what runs, abandons what is pending, or dismisses the bar.
+    void cancel();
+    /// Has the model try again, told what went wrong.
+    void askAIToFix();
+
+    void undo(const UUID& operation);
+    /// Undoes the run whose files are shown.
+    void undoLast();
+    void rerun(const UUID& operation);
+    /// Shows the files of the last run in the file manager.
+    void revealLast();
+    void clearLog();
+
+  private:
+    /// While one lives, changes are collected; the listeners are told once, when the last one ends.
+    class Turn {
+      public:
+        explicit Turn(CommandBarService& service) : m_service(service) { ++m_service.m_turns; }
+        ~Turn() {
+            if (--m_service.m_turns == 0)
+                m_service.m_observers.notify();
+        }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+      private:
+        CommandBarService& m_service;
+    };
+
+    /// The folder and the files that a command acts on now.
+    [[nodiscard]] FinderContext effectiveContext();
+    void refreshContext();
+    void refreshChips(const FinderContext& context);
+    void keyWindowChanged(bool isKey);
+    void placeUnder(const Rect& frame, BarForm form);
+    /// The form of a bar that is placed without being opened.
+    [[nodiscard]] BarForm restingForm() const { return m_state.isKeyWindow ? BarForm::expanded : BarForm::compact; }
+    void browseHistory(int index);
+    void resetState();
+    /// What resetting, hiding and their like have in common: whatever is under way no longer concerns the bar.
+    void abandonWork();
+    /// Empties the docked bar and gives the file manager the keyboard, or hides the bar.
+    void dismiss();
+    void scheduleDismiss(std::chrono::milliseconds delay);
+
+    void show(std::string text, StatusKind kind);
+    void showFailure(std::string message);
+    void beginToken();
+    /// Does `work`, which may block, on another thread and hands what it returns to `then` on the main thread, unless
+    /// the bar has turned to something else by then.
+    template <typename Work, typename Then>
+    void runBeside(Work work, Then then);
+    /// `action` on the main thread, unless the controller is gone or has turned to something else.
+    [[nodiscard]] std::function<void(std::function<void()> action)> onMainWhileCurrent();
+
+    /// Begins an entry of the command log.
+    void logPlan(std::string_view route, std::string_view input, const FinderContext& context, Json extra);
+    void logModelPlan(std::string_view route, std::string_view input, const FinderContext& context);
+    void logOutcome(std::string_view outcome, std::string_view detail = "");
+
+    void startLLMPlan(const std::string& text, const FinderContext& context);
+    void finishLLMPlan(const std::expected<Action, LLMPlanError>& answer, const FinderContext& context,
+                       const std::string& baseURL);
+    void dispatch(const Action& action, const FinderContext& context, Consent consent);
+    void startPreview(const Shell& shell, const FinderContext& context);
+    void finishPreview(const Shell& shell, const FinderContext& context,
+                       std::expected<std::vector<PreviewRow>, PreviewFailure> preview);
+    /// Lists the files that the command will touch instead of a preview.
+    void showFilesInstead(const Shell& shell, const FinderContext& context, std::string_view reason);
+    void awaitConfirmation(PendingAction pending, std::string prompt);
+    void beginRunning(const Action& action, const FinderContext& context, Consent consent);
+    void handle(const RunOutcome& outcome, const Action& action, const FinderContext& context);
+    void handleCompleted(const Completed& completed, const Action& action);
+    void notifyIfBackgrounded(std::string_view message);
+
+    void recordOperation(const Action& action, const std::string& title, const std::vector<FileURL>& outputs);
+    /// The error is the line to show; the files that could be put back were.
+    [[nodiscard]] std::expected<void, std::string> revert(const Operation& operation);
+
+    CommandBarServices m_services;
+    CommandBarState m_state;
+    Observers m_observers;
+    int m_turns = 0;
+
+    /// Goes up whenever the bar turns to something new or abandons what is under way: a result that comes with another
+    /// number is dropped.
+    std::uint64_t m_requestToken = 0;
+    /// Expires with the controller.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    /// Ends the runs that were started, also those that the bar has turned away from.
+    std::stop_source m_runs;
+    /// Ends the request to the model that is under way.
+    std::stop_source m_modelRequest;
+    std::unique_ptr<ScheduledTask> m_dismissal;
+
+    std::optional<Rect> m_lastFinderFrame;
+    std::optional<std::vector<FileURL>> m_droppedSelection;
+    HistoryStore m_history;
+    /// Which entry of the history the field shows; -1 while it shows none.
+    int m_historyIndex = -1;
+    /// What was in the field before the history was browsed.
+    std::string m_stashedInput;
+
+    /// The last command submitted, rules applied, and where.
+    std::string m_lastInput;
+    std::optional<FinderContext> m_lastContext;
+    std::string m_lastError;
+    std::optional<UUID> m_currentLogID;
+    std::vector<FileURL> m_lastRunInputs;
+    /// The rows that the user saw when confirming the last run.
+    std::vector<PreviewRow> m_lastRunRenameRows;
+    /// The record of the last run.
+    std::optional<UUID> m_lastOperationID;
+};
+
+} // namespace torvo

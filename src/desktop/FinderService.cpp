@@ -1,0 +1,145 @@
+#include "desktop/FinderService.h"
+
+#include "support/FileURLText.h"
+#include "support/Text.h"
+
+#include <fmt/format.h>
+
+namespace torvo {
+
+namespace {
+
+constexpr const char* kSelectionScript = R"(tell application "Finder"
+    set out to {}
+    try
+        set sel to selection
+        repeat with anItem in sel
+            set end of out to POSIX path of (anItem as alias)
+        end repeat
+    end try
+    set AppleScript's text item delimiters to linefeed
+    return out as text
+end tell)";
+
+constexpr const char* kSetSelectionScript = R"(on run argv
+    set theItems to {}
+    repeat with p in argv
+        try
+            set end of theItems to (POSIX file (contents of p) as alias)
+        end try
+    end repeat
+    tell application "Finder" to set selection to theItems
+end run)";
+
+constexpr const char* kClearSelectionScript = R"(tell application "Finder" to set selection to {})";
+
+constexpr const char* kFrontFolderScript = R"(tell application "Finder"
+    if (count of Finder windows) is 0 then return ""
+    try
+        return POSIX path of (target of front Finder window as alias)
+    end try
+    return ""
+end tell)";
+
+} // namespace
+
+std::vector<FileURL> parseFinderSelection(std::string_view output) {
+    std::vector<FileURL> files;
+    for (const auto path : splitNonEmpty(output, "\n"))
+        files.emplace_back(std::string(path));
+    return files;
+}
+
+std::optional<Rect> finderWindowFrame(const Point& position, const Size& size, double screenHeight) {
+    if (!(size.width > 0))
+        return std::nullopt;
+    return Rect{position.x, screenHeight - position.y - size.height, size.width, size.height};
+}
+
+std::optional<std::string> FinderService::runOsascript(const std::vector<std::string>& arguments) {
+    const auto output = m_platform.scripts.run(arguments);
+    if (!output) {
+        m_platform.log.write(fmt::format("[Torvo] osascript error: {}", output.error()));
+        return std::nullopt;
+    }
+    // Names need not be text: bytes that are none are kept.
+    return std::string(trimmedOf(*output, "\n"));
+}
+
+std::vector<FileURL> FinderService::selectedFiles() {
+    return parseFinderSelection(runOsascript({"-e", kSelectionScript}).value_or(""));
+}
+
+void FinderService::select(const std::vector<FileURL>& items) {
+    std::vector<std::string> arguments{"-e", items.empty() ? kClearSelectionScript : kSetSelectionScript};
+    for (const auto& item : items)
+        arguments.push_back(item.path());
+    (void)runOsascript(arguments);
+}
+
+std::optional<FileURL> FinderService::frontWindowFolder() {
+    auto path = frontWindowFolderViaAX();
+    if (!path)
+        path = frontWindowFolderViaAppleScript();
+    return path ? std::optional(FileURL(std::move(*path))) : std::nullopt;
+}
+
+std::optional<std::string> FinderService::frontWindowFolderViaAX() {
+    const auto front = frontFinderAXWindow();
+    if (!front)
+        return std::nullopt;
+    const auto document = m_platform.accessibility.attribute(*front, "AXDocument");
+    const auto* text = document ? std::get_if<std::string>(&*document) : nullptr;
+    if (text == nullptr)
+        return std::nullopt;
+    if (const auto url = parseFileURLText(*text))
+        return url->path();
+    return text->starts_with('/') ? std::optional(*text) : std::nullopt;
+}
+
+std::optional<std::string> FinderService::frontWindowFolderViaAppleScript() {
+    auto path = runOsascript({"-e", kFrontFolderScript});
+    return path && !path->empty() ? std::move(path) : std::nullopt;
+}
+
+std::optional<Rect> FinderService::frontWindowFrame() {
+    const auto front = frontFinderAXWindow();
+    if (!front)
+        return std::nullopt;
+    const auto position = m_platform.accessibility.attribute(*front, "AXPosition");
+    const auto size = m_platform.accessibility.attribute(*front, "AXSize");
+    const auto* point = position ? std::get_if<Point>(&*position) : nullptr;
+    const auto* extent = size ? std::get_if<Size>(&*size) : nullptr;
+    if (point == nullptr || extent == nullptr)
+        return std::nullopt;
+    const auto screens = m_platform.screens.layout().screens;
+    return finderWindowFrame(*point, *extent, screens.empty() ? 0 : screens.front().frame.height);
+}
+
+std::optional<AccessibilityElement> FinderService::frontFinderAXWindow() {
+    const auto running = m_platform.workspace.runningApplications(kFinderIdentifier);
+    if (running.empty())
+        return std::nullopt;
+    const auto application = m_platform.accessibility.application(running.front());
+    for (const char* attribute : {"AXFocusedWindow", "AXMainWindow"}) {
+        const auto candidate = window(application, attribute);
+        if (candidate && isStandardWindow(*candidate))
+            return candidate;
+    }
+    return std::nullopt;
+}
+
+std::optional<AccessibilityElement> FinderService::window(const AccessibilityElement& application,
+                                                          std::string_view attribute) {
+    const auto value = m_platform.accessibility.attribute(application, attribute);
+    const auto* element = value ? std::get_if<AccessibilityElement>(&*value) : nullptr;
+    return element != nullptr ? std::optional(*element) : std::nullopt;
+}
+
+bool FinderService::isStandardWindow(const AccessibilityElement& element) {
+    const auto subrole = m_platform.accessibility.attribute(element, "AXSubrole");
+    const auto* text = subrole ? std::get_if<std::string>(&*subrole) : nullptr;
+    return text != nullptr && *text == "AXStandardWindow";
+}
+
+} // namespace torvo

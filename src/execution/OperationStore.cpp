@@ -1,0 +1,72 @@
+#include "execution/OperationStore.h"
+
+#include "support/AtomicFile.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace torvo {
+
+namespace {
+
+/// The whole content; absent when there is no such file, or it cannot be read.
+std::optional<std::string> contentOf(const FileURL& url) {
+    std::ifstream file(url.path(), std::ios::binary);
+    if (!file)
+        return std::nullopt;
+    std::string content{std::istreambuf_iterator<char>(file), {}};
+    return file.bad() ? std::nullopt : std::optional(std::move(content));
+}
+
+} // namespace
+
+OperationStore::OperationStore(FileURL file, SystemLog& log, Clock now)
+    : m_file(std::move(file)), m_log(&log), m_now(std::move(now)) {}
+
+std::vector<Operation> OperationStore::load() const {
+    const auto content = contentOf(m_file);
+    if (!content)
+        return {};
+    auto operations = decodeOperations(*content);
+    if (operations)
+        return std::move(*operations);
+    auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_now().time_since_epoch()).count();
+    const auto aside = [&] {
+        return m_file.deletingLastPathComponent().appendingPath(fmt::format("activity-corrupt-{}.json", seconds));
+    };
+    // An earlier one stays.
+    while (::renameat2(AT_FDCWD, m_file.path().c_str(), AT_FDCWD, aside().path().c_str(), RENAME_NOREPLACE) != 0 &&
+           errno == EEXIST)
+        ++seconds;
+    m_log->write(fmt::format("[Torvo] Quarantined unreadable activity log: {}", operations.error()));
+    return {};
+}
+
+void OperationStore::save(const std::vector<Operation>& operations) const {
+    Json list = Json::array();
+    for (std::size_t i = 0; i < std::min(operations.size(), kMaximumOperations); ++i)
+        list.push_back(encode(operations[i]));
+    const auto text = list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    int error = makeFolders(m_file.deletingLastPathComponent());
+    if (error == 0)
+        error = prepareReplacement(m_file.path(), text);
+    if (error == 0)
+        error = commitReplacement(m_file.path());
+    if (error != 0)
+        m_log->write(fmt::format("[Torvo] Could not save activity: {}", systemErrorText(error)));
+}
+
+void OperationStore::clear() const {
+    ::unlink(m_file.path().c_str());
+}
+
+} // namespace torvo

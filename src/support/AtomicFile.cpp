@@ -1,0 +1,78 @@
+#include "support/AtomicFile.h"
+
+#include "support/Descriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+namespace torvo {
+
+namespace {
+
+/// Where the next content of the file is written. A fixed name: there is one writer, and a crash leaves
+/// one such file at most.
+std::string temporaryOf(const std::string& path) {
+    return path + ".new";
+}
+
+} // namespace
+
+std::string systemErrorText(int code) {
+    return std::error_code(code, std::generic_category()).message();
+}
+
+int makeFolders(const FileURL& folder) {
+    if (::mkdir(folder.path().c_str(), 0700) == 0 || errno == EEXIST)
+        return 0;
+    if (errno != ENOENT || folder.path() == "/")
+        return errno;
+    if (const int error = makeFolders(folder.deletingLastPathComponent()))
+        return error;
+    return ::mkdir(folder.path().c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+int writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR)
+            return errno;
+        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return 0;
+}
+
+int prepareReplacement(const std::string& path, std::string_view bytes) {
+    const std::string temporary = temporaryOf(path);
+    ::unlink(temporary.c_str());
+    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!file.isOpen())
+        return errno;
+    int error = writeAll(file.get(), bytes);
+    if (error == 0 && (::fchmod(file.get(), 0600) != 0 || ::fsync(file.get()) != 0))
+        error = errno;
+    if (error != 0)
+        ::unlink(temporary.c_str());
+    return error;
+}
+
+int commitReplacement(const std::string& path) {
+    if (::rename(temporaryOf(path).c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        ::unlink(temporaryOf(path).c_str());
+        return error;
+    }
+    const Descriptor folder(
+        ::open(FileURL(path).deletingLastPathComponent().path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Some file systems cannot sync a folder; the file itself is safe already.
+    if (folder.isOpen())
+        ::fsync(folder.get());
+    return 0;
+}
+
+} // namespace torvo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "support/FileURL.h"
+
+#include <string>
+#include <string_view>
+
+namespace torvo {
+
+/// Writing files so that a power cut or a full disk leaves what was there or what is new, never a part. Results are
+/// error numbers of errno(3); 0 is success.
+
+/// What an error number means, as one line.
+[[nodiscard]] std::string systemErrorText(int code);
+
+/// Makes a folder and those above it, for the user alone.
+[[nodiscard]] int makeFolders(const FileURL& folder);
+
+/// Writes all the bytes, however often it takes.
+[[nodiscard]] int writeAll(int descriptor, std::string_view bytes);
+
+/// Writes the next content of a file to the disk, beside it, for the user alone. One writer at a time.
+[[nodiscard]] int prepareReplacement(const std::string& path, std::string_view bytes);
+
+/// Puts the prepared content in the place of the file, for good when it returns.
+[[nodiscard]] int commitReplacement(const std::string& path);
+
+} // namespace torvo

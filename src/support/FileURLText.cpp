@@ -1,0 +1,61 @@
+#include "support/FileURLText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace torvo {
+
+namespace {
+
+constexpr std::string_view kScheme = "file://";
+
+/// Letters, digits and what else RFC 3986 lets a path hold, without ";", which parts parameters.
+bool isPlain(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("-._~/!$&'()*+,=:@").find(c) != std::string_view::npos;
+}
+
+} // namespace
+
+std::string fileURLText(const FileURL& url) {
+    std::string text(kScheme);
+    for (const char c : url.path()) {
+        if (isPlain(c))
+            text += c;
+        else
+            text += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    }
+    return text;
+}
+
+std::optional<FileURL> parseFileURLText(std::string_view text) {
+    const auto scheme = text.substr(0, kScheme.size());
+    if (!std::ranges::equal(scheme, kScheme, [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; }))
+        return std::nullopt;
+    text.remove_prefix(kScheme.size());
+    if (text.starts_with("localhost/"))
+        text.remove_prefix(text.find('/'));
+    if (!text.starts_with('/'))
+        return std::nullopt;
+    std::string path;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned value = static_cast<unsigned char>(text[i]);
+        if (text[i] == '?' || text[i] == '#')
+            return std::nullopt;
+        if (text[i] == '%') {
+            const auto digits = text.substr(i + 1, 2);
+            const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+            if (digits.size() != 2 || read.ec != std::errc() || read.ptr != digits.data() + 2)
+                return std::nullopt;
+            i += 2;
+        }
+        if (value == 0)
+            return std::nullopt;
+        path += static_cast<char>(value);
+    }
+    return FileURL(std::move(path));
+}
+
+} // namespace torvo

@@ -1,0 +1,196 @@
+// The bar between commands: showing and hiding, typing, history, drops.
+#include "planning/RulesStore.h"
+#include "tests/support/Bar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace torvo {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class CommandBarInput : public ::testing::Test {
+  protected:
+    testing::Bar bar;
+};
+
+TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
+    bar.service->syncAttachment();
+    EXPECT_FALSE(bar.window.isVisible()) << "there is no window to dock to";
+    bar.select({});
+    bar.finder.moveWindow({100, 400, 800, 300});
+    bar.service->syncAttachment();
+    EXPECT_TRUE(bar.window.isVisible());
+    EXPECT_FALSE(bar.window.isKey());
+    EXPECT_EQ(bar.window.frame(), (Rect{100, 302, 300, 90}));
+    bar.finder.moveWindow({200, 500, 700, 300});
+    bar.service->syncAttachment();
+    EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 300, 90}));
+
+    bar.service->toggle();
+    EXPECT_TRUE(bar.window.isKey());
+    EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 700, 90}));
+    EXPECT_EQ(bar.state().focusTrigger, 1);
+    bar.service->toggle();
+    EXPECT_TRUE(bar.window.isVisible()) << "the shortcut never hides the bar";
+    bar.window.resignKey();
+    EXPECT_EQ(bar.window.frame().width, 300);
+    EXPECT_THAT(bar.distributed.posted, ElementsAre("torvobar.commandBarFocused", "torvobar.commandBarBlurred"));
+
+    bar.finder.show(std::nullopt);
+    bar.service->syncAttachment();
+    EXPECT_FALSE(bar.window.isVisible());
+    bar.service->toggle();
+    EXPECT_FALSE(bar.window.isVisible());
+    bar.select({});
+    bar.finder.workspace.frontmost = "org.example.editor";
+    bar.service->toggle();
+    EXPECT_FALSE(bar.window.isVisible()) << "another application is at the front";
+    bar.service->prefill("zip");
+    EXPECT_TRUE(bar.window.isKey());
+    EXPECT_EQ(bar.state().status, "⏎  Zip the selection");
+    EXPECT_THAT(bar.finder.workspace.activated, ElementsAre(std::string(kFinderIdentifier)));
+}
+
+TEST_F(CommandBarInput, BrowsesTheHistoryAndRestoresWhatWasTyped) {
+    bar.select({});
+    for (const char* command : {"select all png", "deselect"})
+        bar.enter(command);
+    bar.service->inputChanged("half a com");
+    bar.service->historyDown();
+    EXPECT_EQ(bar.state().text, "half a com");
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "deselect");
+    bar.service->historyUp();
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "select all png");
+    bar.service->historyDown();
+    bar.service->historyDown();
+    bar.service->historyDown();
+    EXPECT_EQ(bar.state().text, "half a com");
+
+    bar.restart();
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "deselect");
+    bar.service->clearHistory();
+    EXPECT_FALSE(bar.defaults.contains("commandHistory"));
+    bar.service->inputChanged("x");
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "x");
+}
+
+TEST_F(CommandBarInput, ReplacesTriggersOfRulesAndRemembersWhatWasTyped) {
+    (void)bar.files.file("a.png");
+    (void)RulesStore(bar.defaults).add("pix", "select all png");
+    bar.select({});
+    bar.enter(" PIX ");
+    EXPECT_EQ(bar.state().status, "Selected 1 item");
+    EXPECT_THAT(bar.logged(), ElementsAre("preset: select all png", "selected: 1"));
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "PIX");
+    EXPECT_EQ(bar.state().chips.front(), (Suggestion{"pix", "pix"}));
+}
+
+TEST_F(CommandBarInput, TakesDroppedFilesAndTheClipboardForTheSelection) {
+    const auto one = bar.files.file("sub/one.txt");
+    const auto two = bar.files.file("sub/two.txt");
+    bar.service->handleDrop({});
+    EXPECT_FALSE(bar.window.isVisible());
+    bar.select({});
+    bar.service->handleDrop({two, one});
+    EXPECT_TRUE(bar.window.isKey());
+    EXPECT_EQ(bar.state().contextHint, "📁 sub · 2 dropped");
+    EXPECT_THAT(bar.selectedNames(), ElementsAre("two.txt", "one.txt"));
+    bar.service->inputChanged("zip");
+    bar.service->submit();
+    ASSERT_TRUE(bar.settlesAs("Zipped 2 items")) << bar.state().status;
+    EXPECT_TRUE((bar / "sub/Archive.zip").exists()) << "a drop's folder is that of its first file";
+
+    bar.pasteboard.tiffBytes = "tiff";
+    bar.service->toggle();
+    bar.window.resignKey();
+    bar.service->toggle();
+    EXPECT_TRUE(bar.state().clipboardAvailable);
+    bar.service->useClipboard();
+    EXPECT_EQ(testing::readFile(bar / "Pasted image.png"), "png of tiff");
+    EXPECT_THAT(bar.selectedNames(), ElementsAre("Pasted image.png"));
+}
+
+TEST_F(CommandBarInput, DropsTheDropWhenItHides) {
+    const auto one = bar.files.file("one.txt");
+    bar.select({});
+    bar.service->handleDrop({one});
+    bar.service->detach();
+    bar.service->toggle();
+    EXPECT_EQ(bar.state().contextHint, "📁 " + std::string(bar.files.url().lastPathComponent()) + " · 1 selected")
+        << "what is left is what the file manager selected";
+}
+
+TEST_F(CommandBarInput, LetsGoOfAPendingActionWithoutAWordWhenTyping) {
+    (void)bar.files.file("a.txt");
+    bar.select({"a.txt"});
+    bar.modelAnswers("touch b");
+    bar.enter("touch b");
+    ASSERT_TRUE(bar.settles());
+    ASSERT_TRUE(bar.state().awaitingConfirm());
+    bar.service->inputChanged("touch");
+    EXPECT_FALSE(bar.state().awaitingConfirm());
+    EXPECT_EQ(bar.state().status, "");
+    bar.service->inputChanged("   ");
+    bar.service->submit();
+    EXPECT_EQ(bar.state().text, "") << "Return on nothing empties the docked bar";
+    EXPECT_THAT(bar.logged(), ElementsAre("llm: touch b"));
+    bar.service->historyUp();
+    EXPECT_EQ(bar.state().text, "touch b");
+}
+
+TEST_F(CommandBarInput, TellsAUserWhoWentAwayAndLeavesByTheClock) {
+    (void)bar.files.file("a.txt");
+    bar.select({"a.txt"});
+    bar.enter("zip");
+    bar.window.resignKey();
+    bar.finder.workspace.frontmost = "org.example.editor";
+    ASSERT_TRUE(bar.settlesAs("Zipped 1 item"));
+    ASSERT_EQ(bar.notifications.added.size(), 1U);
+    EXPECT_EQ(bar.notifications.added[0].title, "Torvo");
+    EXPECT_EQ(bar.notifications.added[0].body, "Zipped 1 item");
+    bar.service->setAutoAttachEnabled(false);
+    bar.dispatcher->advance(6999ms);
+    EXPECT_TRUE(bar.window.isVisible());
+    bar.dispatcher->advance(1ms);
+    EXPECT_FALSE(bar.window.isVisible());
+    bar.restart();
+    EXPECT_FALSE(bar.state().autoAttachEnabled);
+}
+
+TEST_F(CommandBarInput, RevealsWhatTheLastRunCreated) {
+    (void)bar.files.file("a.txt");
+    bar.select({"a.txt"});
+    bar.enter("zip");
+    ASSERT_TRUE(bar.settlesAs("Zipped 1 item"));
+    const auto outputs = bar.state().resultOutputs;
+    bar.service->revealLast();
+    EXPECT_THAT(bar.finder.workspace.revealed, ElementsAre(outputs));
+    EXPECT_THAT(bar.state().resultOutputs, IsEmpty());
+    bar.service->revealLast();
+    EXPECT_EQ(bar.finder.workspace.revealed.size(), 1U);
+    bar.service->clearLog();
+    EXPECT_THAT(bar.state().operations, IsEmpty());
+    EXPECT_FALSE((bar.support / "Torvo/activity.json").exists());
+}
+
+TEST_F(CommandBarInput, TellsItsListenersOnceForEachThingThatHappens) {
+    bar.select({});
+    int told = 0;
+    const auto subscription = bar.service->observe([&] { ++told; });
+    bar.service->prefill("zip");
+    EXPECT_EQ(told, 1);
+    bar.service->inputChanged("zi");
+    EXPECT_EQ(told, 2);
+}
+
+} // namespace
+} // namespace torvo

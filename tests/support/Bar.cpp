@@ -1,0 +1,100 @@
+#include "tests/support/Bar.h"
+
+#include "planning/LLMEndpoint.h"
+#include "support/Text.h"
+#include "tests/support/RunReports.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace torvo::testing {
+
+Bar::Bar(ManualDispatcher::Detached detached)
+    : defaults(support / "settings.json"),
+      log(support / "command-log.jsonl", defaults, queue),
+      panel(window, finder.screens),
+      runner(finder.service, processes, {{.imageTool = TORVO_BIN_DIR "/sips"}, support.url()}) {
+    (void)defaults.set("commandLoggingEnabled", true);
+    (void)LLMEndpoint::setCurrent({server.url(), "tiny"}, defaults);
+    dispatcher.emplace(detached);
+    start();
+}
+
+Bar::~Bar() {
+    service.reset();
+    dispatcher.reset();
+}
+
+void Bar::start() {
+    service.emplace(
+        CommandBarServices{*dispatcher, panel, finder.service, finder.workspace, runner, processes, defaults, session,
+                           log, pasteboard, notifications, distributed, trash,
+                           OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
+                           support.url(), [this] { return now; }});
+}
+
+void Bar::restart() {
+    service.reset();
+    window.orderOut();
+    start();
+}
+
+void Bar::select(const std::vector<std::string>& names) {
+    std::vector<FileURL> selection;
+    for (const auto& name : names)
+        selection.push_back(files / name);
+    finder.show(files.url(), std::move(selection));
+}
+
+void Bar::enter(std::string text) {
+    service->toggle();
+    service->inputChanged(std::move(text));
+    service->submit();
+}
+
+bool Bar::settles() {
+    return dispatcher->runUntil([this] { return !state().isRunning && state().status != "Asking local LLM…"; });
+}
+
+bool Bar::settlesAs(std::string_view status) {
+    return settles() && state().status == status;
+}
+
+std::vector<std::string> Bar::names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(files.path()))
+        names.push_back(entry.path().filename().native());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<std::string> Bar::selectedNames() const {
+    return namesOf(finder.selection());
+}
+
+std::vector<std::string> Bar::logged() {
+    queue.sync([] {});
+    std::vector<std::string> events;
+    const auto text = readFile(log.fileURL());
+    for (const auto line : splitLines(text)) {
+        const auto record = Json::parse(line);
+        const auto member = [&](const char* key) { return record.value(key, ""); };
+        if (member("event") == "plan")
+            events.push_back(member("route") + ": " + member("input"));
+        else if (member("event") == "outcome")
+            events.push_back(member("outcome") + (record.contains("detail") ? ": " + member("detail") : ""));
+    }
+    return events;
+}
+
+void Bar::modelAnswers(const std::string& command, const std::string& explanation, const std::string& preview,
+                       std::string_view kind) {
+    Json plan{{"kind", kind}, {"runnable", true}, {"command", command}, {"explanation", explanation}};
+    if (!preview.empty())
+        plan["preview"] = preview;
+    server.reply(plan.dump());
+}
+
+} // namespace torvo::testing
