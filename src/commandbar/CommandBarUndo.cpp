@@ -84,6 +84,8 @@ void CommandBarService::undo(const UUID& id) {
     if (operation == m_state.operations.end() || !operation->canUndo())
         return;
     const Turn turn(*this);
+    // What is said now takes the place of a question, so the question goes.
+    m_state.pending.reset();
     if (const auto reverted = revert(*operation); !reverted) {
         show(reverted.error(), StatusKind::failure);
         return;
@@ -108,6 +110,11 @@ void CommandBarService::rerun(const UUID& id) {
     if (operation == m_state.operations.end() || m_state.isRunning)
         return;
     const Turn turn(*this);
+    beginToken();
+    m_dismissal.reset();
+    m_state.pending.reset();
+    m_state.resultOutputs.clear();
+    m_state.canAskAIToFix = false;
     // What follows may change the list.
     const auto [action, title, inputs] = std::tuple(operation->action, operation->title, operation->inputs);
     const FinderContext context{inputs.empty() ? m_services.finder.frontWindowFolder()
