@@ -32,13 +32,6 @@ Pipe makePipe() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-std::vector<std::string> ownEnvironment() {
-    std::vector<std::string> variables;
-    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
-        variables.emplace_back(*variable);
-    return variables;
-}
-
 ProcessResult notRun(std::string_view explanation) {
     return {.status = -1, .standardOutput = {}, .standardError = CapturedOutput(explanation)};
 }
@@ -47,6 +40,13 @@ ProcessResult notRun(std::string_view explanation) {
 
 std::string childPath(const std::optional<std::string>& inherited) {
     return "/opt/homebrew/bin:/usr/local/bin:" + inherited.value_or("/usr/bin:/bin:/usr/sbin:/sbin");
+}
+
+std::vector<std::string> ownEnvironment() {
+    std::vector<std::string> variables;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+        variables.emplace_back(*variable);
+    return variables;
 }
 
 std::vector<std::string> childEnvironment(std::vector<std::string> inherited) {

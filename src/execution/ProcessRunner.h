@@ -81,6 +81,9 @@ class ProcessRunner {
 /// when there is none to inherit. Nothing is reordered.
 [[nodiscard]] std::string childPath(const std::optional<std::string>& inherited);
 
+/// This process's environment as NAME=value strings.
+[[nodiscard]] std::vector<std::string> ownEnvironment();
+
 /// The environment that children get: `inherited` (NAME=value strings) with nothing but PATH changed as in `childPath`.
 [[nodiscard]] std::vector<std::string> childEnvironment(std::vector<std::string> inherited);
 

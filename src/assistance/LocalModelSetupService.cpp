@@ -1,0 +1,121 @@
+#include "assistance/LocalModelSetupService.h"
+
+#include "assistance/ToolRun.h"
+#include "planning/LLMEndpoint.h"
+#include "planning/LLMPlanner.h"
+#include "support/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace torvo {
+
+namespace {
+
+const std::string& defaultRoot() {
+    static const std::string root = LLMEndpoint().baseURL;
+    return root;
+}
+
+} // namespace
+
+std::optional<std::string> preferredModel(const std::vector<std::string>& models, const std::string& configured) {
+    for (const auto& wanted : {std::string(kRecommendedModel), configured}) {
+        if (std::ranges::find(models, wanted) != models.end())
+            return wanted;
+    }
+    return models.empty() ? std::nullopt : std::optional(models.front());
+}
+
+std::function<void(std::function<void()> action)> LocalModelSetupService::onMainWhileAlive() {
+    return [alive = std::weak_ptr(m_alive), &dispatcher = m_platform.dispatcher](std::function<void()> action) {
+        dispatcher.runOnMain([alive, action = std::move(action)] {
+            if (!alive.expired())
+                action();
+        });
+    };
+}
+
+void LocalModelSetupService::say(std::string status) {
+    m_status = std::move(status);
+    m_observers.notify();
+}
+
+void LocalModelSetupService::refresh() {
+    if (m_isWorking)
+        return;
+    m_isWorking = true;
+    say("Checking local AI…");
+    auto baseURL = LLMEndpoint::current(m_platform.defaults).baseURL;
+    if (trimmed(baseURL, TextTrim::spacesAndLineBreaks).empty())
+        baseURL = defaultRoot();
+    m_platform.dispatcher.runDetached(
+        [this, onMain = onMainWhileAlive(), &session = m_platform.session, baseURL = std::move(baseURL)] {
+            auto models = availableModels(baseURL, session);
+            onMain([this, baseURL, models = std::move(models)] {
+                if (models)
+                    listed(baseURL, *models);
+                else
+                    notListed();
+            });
+        });
+}
+
+void LocalModelSetupService::listed(const std::string& baseURL, const std::vector<std::string>& models) {
+    m_models = models;
+    m_isWorking = false;
+    if (const auto model = preferredModel(models, LLMEndpoint::current(m_platform.defaults).model)) {
+        // Settings that cannot be written are written at the next check.
+        (void)LLMEndpoint::setCurrent({baseURL, *model}, m_platform.defaults);
+        say("Ready · " + *model);
+    } else if (baseURL == defaultRoot()) {
+        say("Ollama is running, but no model is installed.");
+    } else {
+        say("The configured endpoint is running, but advertises no models.");
+    }
+}
+
+void LocalModelSetupService::notListed() {
+    m_models.clear();
+    m_isWorking = false;
+    if (LLMEndpoint::current(m_platform.defaults).baseURL != defaultRoot())
+        say("The configured AI endpoint is not reachable.");
+    else if (executableNamed("ollama", m_platform.toolLocations) || m_platform.ollamaApplication.exists())
+        say("Ollama is installed but not running.");
+    else
+        say("Ollama is not installed.");
+}
+
+void LocalModelSetupService::selectRecommendedModel() {
+    (void)LLMEndpoint::setCurrent({defaultRoot(), kRecommendedModel}, m_platform.defaults);
+    say(std::string("Ready · ") + kRecommendedModel);
+}
+
+void LocalModelSetupService::installOrSelectRecommendedModel() {
+    if (std::ranges::find(m_models, kRecommendedModel) != m_models.end())
+        selectRecommendedModel();
+    else if (const auto ollama = executableNamed("ollama", m_platform.toolLocations))
+        download(*ollama);
+    else if (m_platform.ollamaApplication.exists())
+        m_platform.workspace.openApplication(m_platform.ollamaApplication,
+                                             [this, onMain = onMainWhileAlive()] { onMain([this] { refresh(); }); });
+    else
+        m_platform.workspace.open("https://ollama.com/download");
+}
+
+void LocalModelSetupService::download(const std::string& ollama) {
+    m_isWorking = true;
+    say("Downloading qwen3:4b (about 2.5 GB)…");
+    m_platform.dispatcher.runDetached([this, onMain = onMainWhileAlive(), &processes = m_platform.processes, ollama] {
+        const auto run = runTool(processes, ollama, {"pull", kRecommendedModel});
+        onMain([this, run] {
+            m_isWorking = false;
+            if (!run || run->status != 0)
+                return say("Model download failed: " + (run ? run->reason() : run.error()));
+            selectRecommendedModel();
+            refresh();
+        });
+    });
+}
+
+} // namespace torvo
