@@ -1,0 +1,150 @@
+#include "assistance/LocalModelSetupService.h"
+
+#include "linux/CurlHttpSession.h"
+#include "linux/LinuxProcessHost.h"
+#include "linux/SettingsFile.h"
+#include "planning/LLMEndpoint.h"
+#include "tests/support/FakeFinder.h"
+#include "tests/support/ManualDispatcher.h"
+#include "tests/support/ModelServer.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace torvo {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing::ScriptedReply;
+
+/// Sends what is meant for the default server to another one, so that no real model takes part.
+class Redirected final : public HttpSession {
+  public:
+    std::expected<HttpReply, HttpError> perform(const HttpRequest& request, const std::stop_token& stop) override {
+        HttpRequest redirected = request;
+        const auto root = LLMEndpoint().baseURL;
+        if (redirected.url.starts_with(root))
+            redirected.url.replace(0, root.size(), defaultServer);
+        return m_session.perform(redirected, stop);
+    }
+    std::string defaultServer = "http://127.0.0.1:" + std::to_string(testing::unusedPort());
+
+  private:
+    CurlHttpSession m_session;
+};
+
+class LocalModelSetupServiceTest : public ::testing::Test {
+  protected:
+    std::string statusAfterRefresh() {
+        setup.refresh();
+        EXPECT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
+        return setup.status();
+    }
+    void ollama(const std::string& script) {
+        const auto file = folder.file("ollama", "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(file.path(), std::filesystem::perms::owner_all);
+    }
+    LLMEndpoint configured() { return LLMEndpoint::current(defaults); }
+
+    testing::TemporaryFolder folder;
+    SettingsFile defaults{folder / "settings.json"};
+    LinuxProcessHost processes;
+    testing::FakeWorkspace workspace;
+    testing::ModelServer server;
+    Redirected session;
+    testing::ManualDispatcher dispatcher;
+    LocalModelSetupService setup{
+        {dispatcher, processes, workspace, defaults, session, {folder.path() + "/"}, folder / "Ollama.app"}};
+};
+
+TEST(PreferredModel, IsTheRecommendedThenTheConfiguredThenTheFirst) {
+    EXPECT_EQ(preferredModel({"b", "qwen3:4b", "a"}, "a"), "qwen3:4b");
+    EXPECT_EQ(preferredModel({"b", "a"}, "a"), "a");
+    EXPECT_EQ(preferredModel({"b", "a"}, "gone"), "b");
+    EXPECT_EQ(preferredModel({}, "a"), std::nullopt);
+}
+
+TEST_F(LocalModelSetupServiceTest, ConfiguresAModelThatTheServerHas) {
+    (void)LLMEndpoint::setCurrent({server.url(), "other"}, defaults);
+    server.replyModels({"other", "qwen3:4b"});
+    EXPECT_EQ(statusAfterRefresh(), "Ready · qwen3:4b");
+    EXPECT_EQ(configured(), (LLMEndpoint{server.url(), "qwen3:4b"}));
+    EXPECT_THAT(setup.models(), ElementsAre("other", "qwen3:4b"));
+    server.replyModels({});
+    EXPECT_EQ(statusAfterRefresh(), "The configured endpoint is running, but advertises no models.");
+    EXPECT_EQ(configured().model, "qwen3:4b");
+    server.queue(ScriptedReply::status(500));
+    EXPECT_EQ(statusAfterRefresh(), "The configured AI endpoint is not reachable.");
+    EXPECT_THAT(setup.models(), IsEmpty());
+
+    session.defaultServer = server.url();
+    (void)LLMEndpoint::setCurrent({" \n", ""}, defaults);
+    server.replyModels({"tiny"});
+    EXPECT_EQ(statusAfterRefresh(), "Ready · tiny");
+    EXPECT_EQ(configured(), (LLMEndpoint{LLMEndpoint().baseURL, "tiny"}));
+    server.replyModels({});
+    EXPECT_EQ(statusAfterRefresh(), "Ollama is running, but no model is installed.");
+}
+
+TEST_F(LocalModelSetupServiceTest, TellsWhatIsMissingWhenNothingAnswers) {
+    EXPECT_EQ(statusAfterRefresh(), "Ollama is not installed.");
+    (void)folder.folder("Ollama.app");
+    EXPECT_EQ(statusAfterRefresh(), "Ollama is installed but not running.");
+    std::filesystem::remove((folder / "Ollama.app").path());
+    ollama("");
+    EXPECT_EQ(statusAfterRefresh(), "Ollama is installed but not running.");
+    (void)LLMEndpoint::setCurrent({LLMEndpoint().baseURL + "/", "x"}, defaults);
+    EXPECT_EQ(statusAfterRefresh(), "The configured AI endpoint is not reachable.");
+}
+
+TEST_F(LocalModelSetupServiceTest, ChecksOnceAtATime) {
+    (void)LLMEndpoint::setCurrent({server.url(), ""}, defaults);
+    const auto gate = std::make_shared<testing::Gate>();
+    server.queue(ScriptedReply::status(200, "{\"data\":[]}").heldBy(gate));
+    setup.refresh();
+    EXPECT_EQ(setup.status(), "Checking local AI…");
+    setup.refresh();
+    gate->open();
+    ASSERT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
+    EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(LocalModelSetupServiceTest, TakesTheStepThatTheSituationCallsFor) {
+    const auto install = [&] {
+        setup.installOrSelectRecommendedModel();
+        EXPECT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
+        return setup.status();
+    };
+    setup.installOrSelectRecommendedModel();
+    EXPECT_EQ(workspace.opened.size(), 1U) << "the page where to get it";
+    (void)folder.folder("Ollama.app");
+    EXPECT_EQ(install(), "Ollama is installed but not running.") << "the check that follows says how it is now";
+    EXPECT_THAT(workspace.openedApplications, ElementsAre(folder / "Ollama.app"));
+
+    ollama("printf 'pulling 1%%\\rpulling 2%%\\rno space left\\n\\n' >&2; exit 1");
+    EXPECT_EQ(install(), "Model download failed: no space left");
+    ollama("exit 1");
+    EXPECT_EQ(install(), "Model download failed: exit 1");
+    session.defaultServer = server.url();
+    server.replyModels({"small", "qwen3:4b"});
+    (void)LLMEndpoint::setCurrent({"http://127.0.0.1:1", "small"}, defaults);
+    ollama("test \"$*\" = 'pull qwen3:4b' || exit 9");
+    setup.installOrSelectRecommendedModel();
+    EXPECT_EQ(setup.status(), "Downloading qwen3:4b (about 2.5 GB)…");
+    ASSERT_TRUE(dispatcher.runUntil([&] { return setup.models().size() == 2; }));
+    EXPECT_EQ(setup.status(), "Ready · qwen3:4b");
+    EXPECT_EQ(configured(), (LLMEndpoint{LLMEndpoint().baseURL, "qwen3:4b"}));
+
+    (void)LLMEndpoint::setCurrent({LLMEndpoint().baseURL, "small"}, defaults);
+    setup.installOrSelectRecommendedModel();
+    EXPECT_EQ(setup.status(), "Ready · qwen3:4b") << "it is there already";
+    EXPECT_EQ(configured().model, "qwen3:4b");
+    EXPECT_EQ(server.requests().size(), 1U);
+}
+
+} // namespace
+} // namespace torvo
