@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <vector>
 
 namespace torvo {
 
@@ -50,6 +51,24 @@ int copyAttributes(const struct stat& original, const std::string& copy) {
     return ::utimensat(AT_FDCWD, copy.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
+/// The library's own copy reports a full disk as an input/output error.
+int copyContent(const std::string& from, const std::string& to) {
+    const Descriptor in(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    const Descriptor out(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!in.isOpen() || !out.isOpen())
+        return errno;
+    std::vector<char> buffer(1 << 20);
+    while (true) {
+        const auto count = ::read(in.get(), buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count < 0 ? errno : 0;
+        if (const int failure = writeAll(out.get(), {buffer.data(), static_cast<std::size_t>(count)}))
+            return failure;
+    }
+}
+
 int copyItem(const std::string& from, const std::string& to);
 
 int copyChildren(const std::string& from, const std::string& to) {
@@ -78,8 +97,8 @@ int copyItem(const std::string& from, const std::string& to) {
         if (const int failure = copyChildren(from, to))
             return failure;
     } else if (S_ISREG(original.st_mode)) {
-        if (!fs::copy_file(from, to, error))
-            return error.value();
+        if (const int failure = copyContent(from, to))
+            return failure;
     } else {
         return EINVAL;
     }

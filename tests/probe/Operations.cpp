@@ -1,6 +1,5 @@
 #include "tests/probe/Operations.h"
 
-#include "desktop/HotKeyConfiguration.h"
 #include "execution/ActionRunner.h"
 #include "execution/CommandLog.h"
 #include "execution/ErrorLine.h"
@@ -89,11 +88,6 @@ Json previewVerdict(const Json& in) {
     return orNull(previewValidationError(rows, files(in.at("selection")), {exists, exists}));
 }
 
-HotKeyConfiguration hotKey(const Json& in) {
-    return {text(in, "key"), in.at("command").get<bool>(), in.at("shift").get<bool>(), in.at("option").get<bool>(),
-            in.at("control").get<bool>()};
-}
-
 OperationTable commandOperations() {
     return {
         {"preset.match", [](const Json& in) { return orNull(PresetEngine::match(text(in, "text"))); }},
@@ -169,16 +163,14 @@ OperationTable commandOperations() {
          [](const Json& in) {
              return Json(recorded(in.at("items").get<std::vector<std::string>>(), text(in, "text")));
          }},
-        {"hotkey.displayName", [](const Json& in) { return Json(hotKey(in).displayName()); }},
-        {"hotkey.decode",
-         [](const Json& in) { return *parseJson(HotKeyConfiguration::decode(optionalText(in, "data")).encoded()); }},
     };
 }
 
 const OperationTable& operations() {
     static const OperationTable all = [] {
         OperationTable merged = commandOperations();
-        merged.merge(barOperations());
+        for (auto more : {barOperations(), desktopOperations(), recordOperations()})
+            merged.merge(more);
         return merged;
     }();
     return all;

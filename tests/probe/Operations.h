@@ -12,5 +12,9 @@ namespace torvo::probe {
 
 /// What the bar says and offers.
 [[nodiscard]] OperationTable barOperations();
+/// Where windows and the bar are, what is selected, and the shortcut.
+[[nodiscard]] OperationTable desktopOperations();
+/// Activity records.
+[[nodiscard]] OperationTable recordOperations();
 
 } // namespace torvo::probe

@@ -103,6 +103,20 @@ TEST(Probe, OffersEachFamilyOfOperations) {
          R"("Converting…   37% · Esc to cancel")"},
         {R"({"op":"bar.progressLine","in":{"label":"Converting…","completed":-3,"total":-8}})",
          R"("Converting…   Esc to cancel")"},
+        {R"({"op":"suggestions","in":{"folder":null,"selection":[]}})", "[]"},
+        {R"({"op":"operation.decodeList","in":{"json":"[{}]"}})", R"({"error":true})"},
+        {R"({"op":"operation.canUndo","in":{"operation":{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","date":1,"title":"t","action":{"zipSelection":{}},"inputs":[],"outputs":["file:///f/a"],"renameMap":[],"undone":false},"existing":["/f/a"]}})",
+         "true"},
+        {R"({"op":"operation.subtitle","in":{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","date":1,"title":"t","action":{"zipSelection":{}},"inputs":[],"outputs":["file:///f/a"],"renameMap":[],"undone":true}})",
+         R"("Created 1 file")"},
+        {R"({"op":"finder.parseSelection","in":{"output":"/a \n\n/b\n"}})", R"(["/a ","/b"])"},
+        {R"({"op":"finder.frame","in":{"x":100,"y":50,"width":800,"height":600,"screenHeight":900}})",
+         R"({"x":100.0,"y":250.0,"width":800.0,"height":600.0})"},
+        {R"({"op":"panel.place","in":{"frame":null,"expanded":true,"height":0,"screens":[{"frame":{"x":0,"y":0,"width":1600,"height":900},"visibleFrame":{"x":0,"y":0,"width":1600,"height":870}}],"main":0}})",
+         R"({"x":500.0,"y":450.0,"width":600.0,"height":90.0})"},
+        {R"({"op":"panel.place","in":{"frame":null,"expanded":true,"height":0,"screens":[],"main":null}})", "null"},
+        {R"({"op":"hotkey.errorDescription","in":{"status":-9878}})",
+         R"("That shortcut is already used by macOS or another app.")"},
     };
     std::vector<std::string> lines;
     for (const auto& row : rows)

@@ -16,8 +16,8 @@
 namespace torvo::probe {
 
 /// Answers the "in" of a line. What it throws becomes the line's error.
-using Operation = std::function<Json(const Json& in)>;
-using OperationTable = std::map<std::string, Operation, std::less<>>;
+using Handler = std::function<Json(const Json& in)>;
+using OperationTable = std::map<std::string, Handler, std::less<>>;
 
 /// The members of "in", and answers, in the protocol's forms.
 
