@@ -45,8 +45,10 @@ end tell)";
 
 std::vector<FileURL> parseFinderSelection(std::string_view output) {
     std::vector<FileURL> files;
-    for (const auto path : splitNonEmpty(output, "\n"))
-        files.emplace_back(std::string(path));
+    for (const auto path : split(output, '\n')) {
+        if (!path.empty())
+            files.emplace_back(std::string(path));
+    }
     return files;
 }
 

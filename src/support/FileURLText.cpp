@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace torvo {
@@ -11,18 +12,24 @@ namespace {
 
 constexpr std::string_view kScheme = "file://";
 
-/// Letters, digits and what else RFC 3986 lets a path hold, without ";", which parts parameters.
-bool isPlain(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view("-._~/!$&'()*+,=:@").find(c) != std::string_view::npos;
-}
+/// For each byte whether it stands for itself: letters, digits and what else RFC 3986 lets a path hold, without ";",
+/// which parts parameters.
+constexpr auto kIsPlain = [] {
+    std::array<bool, 256> table{};
+    for (unsigned c = 0; c < 128; ++c) {
+        table.at(c) = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                      std::string_view("-._~/!$&'()*+,=:@").find(static_cast<char>(c)) != std::string_view::npos;
+    }
+    return table;
+}();
 
 } // namespace
 
 std::string fileURLText(const FileURL& url) {
     std::string text(kScheme);
+    text.reserve(kScheme.size() + url.path().size());
     for (const char c : url.path()) {
-        if (isPlain(c))
+        if (kIsPlain[static_cast<unsigned char>(c)])
             text += c;
         else
             text += fmt::format("%{:02X}", static_cast<unsigned char>(c));
