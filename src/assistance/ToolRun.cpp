@@ -36,15 +36,8 @@ std::expected<ToolRun, std::string> runTool(ProcessHost& host, const std::string
         return std::unexpected(child.error().description);
     writeEnd.reset();
     ToolRun run;
-    std::array<char, 65536> buffer{};
-    while (true) {
-        const auto count = ::read(readEnd.get(), buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        run.output.append(buffer.data(), static_cast<std::size_t>(count));
-    }
+    // What was read before an error is still worth something.
+    (void)readAll(readEnd.get(), run.output);
     run.status = host.reap(*child);
     return run;
 }

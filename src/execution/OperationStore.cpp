@@ -1,30 +1,36 @@
 #include "execution/OperationStore.h"
 
 #include "support/AtomicFile.h"
+#include "support/Descriptor.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <utility>
 
 namespace torvo {
 
 namespace {
 
-/// The whole content; absent when there is no such file, or it cannot be read.
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
+
+/// The content, up to a little more than the largest; absent when there is no such file, or it cannot be read.
 std::optional<std::string> contentOf(const FileURL& url) {
-    std::ifstream file(url.path(), std::ios::binary);
-    if (!file)
+    // A pipe under this name must not keep the bar waiting.
+    const Descriptor file(::open(url.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status{};
+    std::string content;
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        readAll(file.get(), content, kLargestFile) != 0)
         return std::nullopt;
-    std::string content{std::istreambuf_iterator<char>(file), {}};
-    return file.bad() ? std::nullopt : std::optional(std::move(content));
+    return content;
 }
 
 } // namespace
@@ -36,7 +42,9 @@ std::vector<Operation> OperationStore::load() const {
     const auto content = contentOf(m_file);
     if (!content)
         return {};
-    auto operations = decodeOperations(*content);
+    auto operations = content->size() <= kLargestFile
+                          ? decodeOperations(*content)
+                          : std::expected<std::vector<Operation>, std::string>(std::unexpected("it is too large"));
     if (operations)
         return std::move(*operations);
     auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_now().time_since_epoch()).count();

@@ -27,7 +27,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::int64_t kLargestFile = std::int64_t{64} << 20;
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 /// Longer than a tick of the clock that stamps files: two changes within one tick leave the same stamps.
 constexpr std::int64_t kStampTick = 100'000'000;
 
@@ -162,21 +162,12 @@ void SettingsFile::read(const std::string& path) {
     if (!S_ISREG(status.st_mode))
         return fail(Content::inaccessible, path + " is not a file");
     std::string text;
-    char buffer[16384];
-    while (static_cast<std::int64_t>(text.size()) <= kLargestFile) {
-        const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return fail(Content::inaccessible, systemErrorText(errno));
-        if (count == 0)
-            break;
-        text.append(buffer, static_cast<std::size_t>(count));
-    }
+    if (const int error = readAll(file.get(), text, kLargestFile))
+        return fail(Content::inaccessible, systemErrorText(error));
     const Version version = Version::of(status);
     if (version.changed + kStampTick < nanoseconds(now))
         m_version = version;
-    if (static_cast<std::int64_t>(text.size()) > kLargestFile)
+    if (text.size() > kLargestFile)
         return fail(Content::notSettings, "it is too large");
     auto document = parseSettings(text);
     if (!document)
@@ -199,7 +190,7 @@ std::expected<void, std::string> SettingsFile::write(const json& document) {
     const auto text = settingsText(document);
     if (!text)
         return std::unexpected(text.error());
-    if (static_cast<std::int64_t>(text->size()) > kLargestFile)
+    if (text->size() > kLargestFile)
         return std::unexpected("they are too large");
     const std::string path = followingLinks(m_location.path());
     if (const int error = prepareReplacement(path, *text))

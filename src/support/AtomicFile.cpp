@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -35,6 +36,19 @@ int makeFolders(const FileURL& folder) {
     if (const int error = makeFolders(folder.deletingLastPathComponent()))
         return error;
     return ::mkdir(folder.path().c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+int readAll(int descriptor, std::string& bytes, std::size_t limit) {
+    std::array<char, 65536> buffer{};
+    while (bytes.size() <= limit) {
+        const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count < 0 ? errno : 0;
+        bytes.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return 0;
 }
 
 int writeAll(int descriptor, std::string_view bytes) {

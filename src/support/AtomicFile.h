@@ -2,19 +2,24 @@
 
 #include "support/FileURL.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace torvo {
 
-/// Writing files so that a power cut or a full disk leaves what was there or what is new, never a part. Results are
-/// error numbers of errno(3); 0 is success.
+/// Reading and writing files, so that a power cut or a full disk leaves what was there or what is new, never a part.
+/// Results are error numbers of errno(3); 0 is success.
 
 /// What an error number means, as one line.
 [[nodiscard]] std::string systemErrorText(int code);
 
 /// Makes a folder and those above it, for the user alone.
 [[nodiscard]] int makeFolders(const FileURL& folder);
+
+/// Appends what can be read from a descriptor to `bytes`, to its end or until more than `limit` bytes are there.
+[[nodiscard]] int readAll(int descriptor, std::string& bytes, std::size_t limit = SIZE_MAX);
 
 /// Writes all the bytes, however often it takes.
 [[nodiscard]] int writeAll(int descriptor, std::string_view bytes);

@@ -158,6 +158,19 @@ TEST_F(OperationStoreTest, LeavesTheOldListWhenTheNewOneCannotBeWritten) {
     EXPECT_EQ(log.lines().size(), 2U);
 }
 
+TEST_F(OperationStoreTest, DoesNotWaitForWhatIsNoFile) {
+    (void)folder.folder("Torvo");
+    ASSERT_EQ(::mkfifo(file.path().c_str(), 0600), 0);
+    EXPECT_THAT(store.load(), IsEmpty());
+    store.save({sample()});
+    EXPECT_EQ(store.load().size(), 1U);
+    store.clear();
+    (void)folder.file("Torvo/activity.json/in", "x");
+    EXPECT_THAT(store.load(), IsEmpty());
+    store.save({sample()});
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(OperationStoreTest, LeavesTheOldListOnAFullDisk) {
     const testing::SmallDisk disk(64 << 10);
     if (!disk.isMounted())
