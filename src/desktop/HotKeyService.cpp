@@ -2,19 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <utility>
 
 namespace torvo {
-
-namespace {
-
-constexpr std::uint32_t kSpaceKey = 49;
-/// The virtual key codes of the letters from a to z on the ANSI keyboard.
-constexpr std::array<std::uint32_t, 26> kLetterKeys{0,  11, 8,  2,  14, 3, 5,  4,  34, 38, 40, 37, 46,
-                                                    45, 31, 35, 12, 15, 1, 17, 32, 9,  13, 7,  16, 6};
-
-} // namespace
 
 std::string HotKeyRegistrationError::description() const {
     if (status == kHotKeyExists)
@@ -24,9 +14,9 @@ std::string HotKeyRegistrationError::description() const {
 
 HotKeyCode hotKeyCode(const HotKeyConfiguration& configuration) {
     const auto letter = static_cast<std::size_t>(configuration.key.front() - 'a');
-    return {configuration.key == "space" ? kSpaceKey : kLetterKeys.at(letter),
-            (configuration.command ? 256U : 0U) + (configuration.shift ? 512U : 0U) +
-                (configuration.option ? 2048U : 0U) + (configuration.control ? 4096U : 0U)};
+    return {configuration.key == "space" ? kSpaceKeyCode : kLetterKeyCodes.at(letter),
+            (configuration.command ? kCommandModifier : 0) + (configuration.shift ? kShiftModifier : 0) +
+                (configuration.option ? kOptionModifier : 0) + (configuration.control ? kControlModifier : 0)};
 }
 
 HotKeyService::~HotKeyService() {

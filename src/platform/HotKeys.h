@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <expected>
 #include <functional>
@@ -8,13 +9,24 @@ namespace torvo {
 
 /// A key with its modifiers, in the numbers of the platform's registration call.
 struct HotKeyCode {
-    /// The virtual key code of the ANSI keyboard: 49 is the space bar.
+    /// One of the codes below.
     std::uint32_t key = 0;
-    /// The sum of 256 for Command, 512 for Shift, 2048 for Option and 4096 for Control.
+    /// The sum of the bits below.
     std::uint32_t modifiers = 0;
 
     bool operator==(const HotKeyCode&) const = default;
 };
+
+/// The virtual key codes of the space bar and of the letters from a to z on the ANSI keyboard.
+constexpr std::uint32_t kSpaceKeyCode = 49;
+constexpr std::array<std::uint32_t, 26> kLetterKeyCodes{0,  11, 8,  2,  14, 3, 5,  4,  34, 38, 40, 37, 46,
+                                                        45, 31, 35, 12, 15, 1, 17, 32, 9,  13, 7,  16, 6};
+
+/// The bits of `HotKeyCode::modifiers`.
+constexpr std::uint32_t kCommandModifier = 256;
+constexpr std::uint32_t kShiftModifier = 512;
+constexpr std::uint32_t kOptionModifier = 2048;
+constexpr std::uint32_t kControlModifier = 4096;
 
 /// A registration that failed because another program has the shortcut.
 constexpr std::int32_t kHotKeyExists = -9878;

@@ -1,0 +1,84 @@
+#include "linux/X11Connection.h"
+
+#include <cstdlib>
+#include <string_view>
+
+namespace torvo {
+
+void XcbFree::operator()(void* memory) const {
+    std::free(memory);
+}
+
+std::unique_ptr<X11Connection> X11Connection::create() {
+    std::unique_ptr<X11Connection> created(new X11Connection);
+    created->m_connection = xcb_connect(nullptr, &created->m_screenNumber);
+    if (xcb_connection_has_error(created->m_connection) != 0)
+        return nullptr;
+    auto screen = xcb_setup_roots_iterator(xcb_get_setup(created->m_connection));
+    for (int i = 0; i < created->m_screenNumber; ++i)
+        xcb_screen_next(&screen);
+    created->m_screen = screen.data;
+    auto* atoms = xcb_ewmh_init_atoms(created->m_connection, &created->m_hints);
+    if (xcb_ewmh_init_atoms_replies(&created->m_hints, atoms, nullptr) == 0)
+        return nullptr;
+    return created;
+}
+
+X11Connection::~X11Connection() {
+    xcb_ewmh_connection_wipe(&m_hints);
+    xcb_disconnect(m_connection);
+}
+
+std::optional<xcb_window_t> X11Connection::activeWindow() {
+    xcb_window_t window = XCB_WINDOW_NONE;
+    const auto cookie = xcb_ewmh_get_active_window(&m_hints, m_screenNumber);
+    if (xcb_ewmh_get_active_window_reply(&m_hints, cookie, &window, nullptr) == 0 || window == XCB_WINDOW_NONE)
+        return std::nullopt;
+    return window;
+}
+
+std::vector<xcb_window_t> X11Connection::stackedWindows() {
+    xcb_ewmh_get_windows_reply_t reply{};
+    const auto cookie = xcb_ewmh_get_client_list_stacking(&m_hints, m_screenNumber);
+    if (xcb_ewmh_get_client_list_stacking_reply(&m_hints, cookie, &reply, nullptr) == 0)
+        return {};
+    std::vector<xcb_window_t> windows(reply.windows, reply.windows + reply.windows_len);
+    xcb_ewmh_get_windows_reply_wipe(&reply);
+    return windows;
+}
+
+std::optional<std::int32_t> X11Connection::pid(xcb_window_t window) {
+    std::uint32_t pid = 0;
+    if (xcb_ewmh_get_wm_pid_reply(&m_hints, xcb_ewmh_get_wm_pid(&m_hints, window), &pid, nullptr) == 0)
+        return std::nullopt;
+    return static_cast<std::int32_t>(pid);
+}
+
+std::string X11Connection::windowClass(xcb_window_t window) {
+    const auto cookie = xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    if (!reply)
+        return {};
+    const std::string_view texts(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                                 static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+    const auto second = texts.find('\0');
+    if (second == std::string_view::npos)
+        return {};
+    const auto name = texts.substr(second + 1);
+    return std::string(name.substr(0, name.find('\0')));
+}
+
+void X11Connection::activate(xcb_window_t window) {
+    xcb_ewmh_request_change_active_window(&m_hints, m_screenNumber, window, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
+                                          XCB_CURRENT_TIME, XCB_WINDOW_NONE);
+    xcb_flush(m_connection);
+}
+
+void X11Connection::dispatch() {
+    while (const XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
+        for (std::size_t i = 0; i < m_listeners.size(); ++i)
+            m_listeners[i](*event);
+    }
+}
+
+} // namespace torvo

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <xcb/xcb_ewmh.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace torvo {
+
+/// A connection to the X server, with what the window manager says about windows (Extended Window Manager Hints). For
+/// one thread.
+class X11Connection {
+  public:
+    /// Connects to $DISPLAY; absent when there is no server, or no window manager that speaks the hints.
+    [[nodiscard]] static std::unique_ptr<X11Connection> create();
+    ~X11Connection();
+    X11Connection(const X11Connection&) = delete;
+    X11Connection& operator=(const X11Connection&) = delete;
+
+    [[nodiscard]] xcb_connection_t* get() const { return m_connection; }
+    [[nodiscard]] xcb_ewmh_connection_t* hints() { return &m_hints; }
+    [[nodiscard]] xcb_window_t root() const { return m_screen->root; }
+    [[nodiscard]] const xcb_screen_t& screen() const { return *m_screen; }
+    /// Which of the server's screens this is.
+    [[nodiscard]] int screenNumber() const { return m_screenNumber; }
+
+    /// The window that has the keyboard, as the window manager says.
+    [[nodiscard]] std::optional<xcb_window_t> activeWindow();
+    /// The windows that the window manager manages, the topmost last.
+    [[nodiscard]] std::vector<xcb_window_t> stackedWindows();
+    /// The process that owns a window.
+    [[nodiscard]] std::optional<std::int32_t> pid(xcb_window_t window);
+    /// The name of the window's application (the second text of WM_CLASS, ICCCM 4.1.2.5); empty when it has none.
+    [[nodiscard]] std::string windowClass(xcb_window_t window);
+    /// Asks the window manager to give a window the keyboard, the way a pager does.
+    void activate(xcb_window_t window);
+
+    /// What polls readable when events are there.
+    [[nodiscard]] int descriptor() const { return xcb_get_file_descriptor(m_connection); }
+    /// Hands every event that has arrived to those who listen; to be called when the descriptor is readable.
+    void dispatch();
+    /// Calls `listener` with every event from now on, as long as the connection lives.
+    void listen(std::function<void(const xcb_generic_event_t&)> listener) {
+        m_listeners.push_back(std::move(listener));
+    }
+
+  private:
+    X11Connection() = default;
+
+    xcb_connection_t* m_connection = nullptr;
+    xcb_ewmh_connection_t m_hints{};
+    xcb_screen_t* m_screen = nullptr;
+    int m_screenNumber = 0;
+    std::vector<std::function<void(const xcb_generic_event_t&)>> m_listeners;
+};
+
+/// Releases what xcb allocated.
+struct XcbFree {
+    void operator()(void* memory) const;
+};
+template <typename Reply>
+using XcbReply = std::unique_ptr<Reply, XcbFree>;
+
+} // namespace torvo

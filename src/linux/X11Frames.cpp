@@ -1,0 +1,123 @@
+#include "linux/X11Frames.h"
+
+#include <xcb/randr.h>
+
+#include <algorithm>
+#include <array>
+
+namespace torvo {
+
+namespace {
+
+/// Left, right, top, bottom.
+using Extents = std::array<double, 4>;
+
+Extents extents(X11Connection& connection, xcb_window_t window, xcb_atom_t property) {
+    const auto cookie = xcb_get_property(connection.get(), 0, window, property, XCB_ATOM_CARDINAL, 0, 4);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
+    Extents sides{};
+    if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) == 16) {
+        const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+        std::copy_n(values, 4, sides.begin());
+    }
+    return sides;
+}
+
+xcb_atom_t atom(X11Connection& connection, std::string_view name) {
+    const auto cookie = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+/// The part of the whole desktop that no panel or dock takes, top edge as `y`.
+std::optional<Rect> workArea(X11Connection& connection) {
+    xcb_ewmh_get_workarea_reply_t reply{};
+    const auto cookie = xcb_ewmh_get_workarea(connection.hints(), connection.screenNumber());
+    if (xcb_ewmh_get_workarea_reply(connection.hints(), cookie, &reply, nullptr) == 0)
+        return std::nullopt;
+    std::optional<Rect> area;
+    if (reply.workarea_len > 0) {
+        const auto& first = reply.workarea[0];
+        area = Rect{static_cast<double>(first.x), static_cast<double>(first.y), static_cast<double>(first.width),
+                    static_cast<double>(first.height)};
+    }
+    xcb_ewmh_get_workarea_reply_wipe(&reply);
+    return area;
+}
+
+Rect intersection(const Rect& a, const Rect& b) {
+    const double x = std::max(a.x, b.x);
+    const double y = std::max(a.y, b.y);
+    return {x, y, std::min(a.right(), b.right()) - x, std::min(a.top(), b.top()) - y};
+}
+
+/// The monitors, the primary one first, top edge as `y`.
+std::vector<Rect> monitors(X11Connection& connection) {
+    const auto cookie = xcb_randr_get_monitors(connection.get(), connection.root(), 1);
+    const XcbReply<xcb_randr_get_monitors_reply_t> reply(
+        xcb_randr_get_monitors_reply(connection.get(), cookie, nullptr));
+    std::vector<Rect> frames;
+    if (reply) {
+        for (auto monitor = xcb_randr_get_monitors_monitors_iterator(reply.get()); monitor.rem > 0;
+             xcb_randr_monitor_info_next(&monitor)) {
+            const auto& info = *monitor.data;
+            const Rect frame{static_cast<double>(info.x), static_cast<double>(info.y), static_cast<double>(info.width),
+                             static_cast<double>(info.height)};
+            frames.insert(info.primary != 0 ? frames.begin() : frames.end(), frame);
+        }
+    }
+    if (frames.empty()) {
+        const auto& screen = connection.screen();
+        frames.push_back(
+            {0, 0, static_cast<double>(screen.width_in_pixels), static_cast<double>(screen.height_in_pixels)});
+    }
+    return frames;
+}
+
+/// The screen that holds the middle of the active window.
+std::size_t mainScreen(X11Connection& connection, const std::vector<Rect>& frames) {
+    const auto active = connection.activeWindow();
+    const auto frame = active ? windowFrame(connection, *active) : std::nullopt;
+    if (!frame)
+        return 0;
+    const Rect middle{frame->x + frame->width / 2, frame->y + frame->height / 2, 1, 1};
+    const auto holder = std::ranges::find_if(frames, [&](const Rect& screen) { return screen.intersects(middle); });
+    return holder == frames.end() ? 0 : static_cast<std::size_t>(holder - frames.begin());
+}
+
+} // namespace
+
+std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) {
+    const auto geometryCookie = xcb_get_geometry(connection.get(), window);
+    const auto placeCookie = xcb_translate_coordinates(connection.get(), window, connection.root(), 0, 0);
+    const XcbReply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection.get(), geometryCookie, nullptr));
+    const XcbReply<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(connection.get(), placeCookie, nullptr));
+    if (!geometry || !place)
+        return std::nullopt;
+    const auto outer = extents(connection, window, connection.hints()->_NET_FRAME_EXTENTS);
+    const auto shadow = extents(connection, window, atom(connection, "_GTK_FRAME_EXTENTS"));
+    Extents sides{};
+    for (std::size_t i = 0; i < sides.size(); ++i)
+        sides.at(i) = outer.at(i) - shadow.at(i);
+    const auto [left, right, top, bottom] = sides;
+    return Rect{place->dst_x - left, place->dst_y - top, geometry->width + left + right,
+                geometry->height + top + bottom};
+}
+
+ScreenLayout X11Screens::layout() {
+    const auto frames = monitors(m_connection);
+    const auto area = workArea(m_connection);
+    ScreenLayout layout{.main = mainScreen(m_connection, frames)};
+    const double bottom = frames.front().top();
+    const auto upright = [&](const Rect& rect) { return Rect{rect.x, bottom - rect.top(), rect.width, rect.height}; };
+    for (const auto& frame : frames) {
+        const auto visible = area ? intersection(frame, *area) : frame;
+        const bool isUsable = visible.width > 0 && visible.height > 0;
+        layout.screens.push_back({upright(frame), upright(isUsable ? visible : frame)});
+    }
+    return layout;
+}
+
+} // namespace torvo

@@ -1,0 +1,102 @@
+#include "linux/X11HotKeys.h"
+
+#include <algorithm>
+#include <array>
+
+namespace torvo {
+
+namespace {
+
+/// The status of a shortcut whose key this keyboard lacks.
+constexpr std::int32_t kNoSuchKey = -50;
+
+/// Lock and Num Lock, alone and together: a grab is for one exact set of modifiers.
+constexpr std::array<std::uint16_t, 4> kLocks{0, XCB_MOD_MASK_LOCK, XCB_MOD_MASK_2, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2};
+
+/// The key symbol (X11/keysymdef.h): those of the Latin letters are their ASCII codes.
+std::optional<xcb_keysym_t> keySymbol(std::uint32_t code) {
+    if (code == kSpaceKeyCode)
+        return ' ';
+    const auto* letter = std::ranges::find(kLetterKeyCodes, code);
+    if (letter == kLetterKeyCodes.end())
+        return std::nullopt;
+    return 'a' + static_cast<xcb_keysym_t>(letter - kLetterKeyCodes.begin());
+}
+
+std::uint16_t modifierMask(std::uint32_t modifiers) {
+    std::uint16_t mask = 0;
+    constexpr std::array<std::pair<std::uint32_t, std::uint16_t>, 4> pairs{{{kCommandModifier, XCB_MOD_MASK_4},
+                                                                            {kShiftModifier, XCB_MOD_MASK_SHIFT},
+                                                                            {kOptionModifier, XCB_MOD_MASK_1},
+                                                                            {kControlModifier, XCB_MOD_MASK_CONTROL}}};
+    for (const auto& [bit, x11] : pairs)
+        mask = static_cast<std::uint16_t>(mask | ((modifiers & bit) != 0 ? x11 : 0));
+    return mask;
+}
+
+} // namespace
+
+X11HotKeys::X11HotKeys(X11Connection& connection)
+    : m_connection(connection), m_symbols(xcb_key_symbols_alloc(connection.get())) {
+    connection.listen([pressed = m_pressed](const xcb_generic_event_t& event) {
+        if ((event.response_type & 0x7F) != XCB_KEY_PRESS)
+            return;
+        // A copy: the action may remove the handler.
+        if (const auto action = *pressed)
+            action();
+    });
+}
+
+X11HotKeys::~X11HotKeys() {
+    removeHandler();
+    for (const auto& [reference, grab] : m_grabs)
+        release(grab);
+    xcb_key_symbols_free(m_symbols);
+}
+
+std::expected<void, std::int32_t> X11HotKeys::installHandler(std::function<void()> pressed) {
+    *m_pressed = std::move(pressed);
+    return {};
+}
+
+std::expected<HotKeys::Reference, std::int32_t> X11HotKeys::registerHotKey(const HotKeyCode& code) {
+    const auto symbol = keySymbol(code.key);
+    const XcbReply<xcb_keycode_t> keys(symbol ? xcb_key_symbols_get_keycode(m_symbols, *symbol) : nullptr);
+    if (!keys)
+        return std::unexpected(kNoSuchKey);
+    Grab grab{{}, modifierMask(code.modifiers)};
+    for (const auto* key = keys.get(); *key != XCB_NO_SYMBOL; ++key)
+        grab.keys.push_back(*key);
+    for (const auto key : grab.keys) {
+        for (const auto lock : kLocks) {
+            const auto cookie = xcb_grab_key_checked(m_connection.get(), 1, m_connection.root(),
+                                                     static_cast<std::uint16_t>(grab.modifiers | lock), key,
+                                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+            const XcbReply<xcb_generic_error_t> error(xcb_request_check(m_connection.get(), cookie));
+            if (!error)
+                continue;
+            release(grab);
+            return std::unexpected(error->error_code == XCB_ACCESS ? kHotKeyExists : error->error_code);
+        }
+    }
+    m_grabs.emplace(m_next, std::move(grab));
+    return m_next++;
+}
+
+void X11HotKeys::release(const Grab& grab) {
+    for (const auto key : grab.keys) {
+        for (const auto lock : kLocks)
+            xcb_ungrab_key(m_connection.get(), key, m_connection.root(),
+                           static_cast<std::uint16_t>(grab.modifiers | lock));
+    }
+    xcb_flush(m_connection.get());
+}
+
+void X11HotKeys::unregisterHotKey(Reference hotKey) {
+    if (const auto found = m_grabs.find(hotKey); found != m_grabs.end()) {
+        release(found->second);
+        m_grabs.erase(found);
+    }
+}
+
+} // namespace torvo

@@ -1,0 +1,126 @@
+#include "tests/support/XDesktop.h"
+
+#include "execution/ProcessRunner.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/Program.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+namespace torvo::testing {
+
+namespace {
+
+/// The first line that a program prints.
+std::string firstLine(int output) {
+    std::string line;
+    char c = 0;
+    while (::read(output, &c, 1) == 1 && c != '\n')
+        line += c;
+    return line;
+}
+
+} // namespace
+
+BackgroundProgram::BackgroundProgram(const std::string& program, const std::vector<std::string>& arguments, int output,
+                                     const std::vector<std::string>& variables) {
+    const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    const int target = output < 0 ? nowhere.get() : output;
+    auto environment = ownEnvironment();
+    environment.insert(environment.end(), variables.begin(), variables.end());
+    // It ends with this process, however that ends.
+    std::vector<std::string> all{"--pdeathsig", "KILL", program};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    const auto child = m_host.launch({.executable = "/usr/bin/setpriv",
+                                      .arguments = std::move(all),
+                                      .environment = std::move(environment),
+                                      .standardOutput = target,
+                                      .standardError = nowhere.get()});
+    EXPECT_TRUE(child.has_value()) << program;
+    m_child = child.value_or(-1);
+}
+
+BackgroundProgram::~BackgroundProgram() {
+    if (m_child < 0)
+        return;
+    m_host.signalGroup(m_child, StopSignal::kill);
+    (void)m_host.reap(m_child);
+}
+
+XDesktop::XDesktop(const std::string& screen) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const Descriptor read(ends[0]);
+    Descriptor write(ends[1]);
+    // -displayfd 1: the server picks a free number and says which on its standard output.
+    m_programs.push_back(std::make_unique<BackgroundProgram>(
+        "/usr/bin/Xvfb", std::vector<std::string>{"-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp"},
+        write.get()));
+    ::setenv("DISPLAY", (":" + firstLine(read.get())).c_str(), 1);
+
+    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const Descriptor address(ends[0]);
+    write = Descriptor(ends[1]);
+    m_programs.push_back(std::make_unique<BackgroundProgram>(
+        "/usr/bin/dbus-daemon", std::vector<std::string>{"--session", "--nofork", "--print-address=1"}, write.get()));
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", firstLine(address.get()).c_str(), 1);
+
+    m_programs.push_back(std::make_unique<BackgroundProgram>(
+        "/usr/bin/openbox", std::vector<std::string>{"--sm-disable"}, -1,
+        std::vector<std::string>{"HOME=" + m_home.path(), "XDG_CONFIG_HOME=" + m_home.path()}));
+    m_connection = X11Connection::create();
+    EXPECT_TRUE(m_connection);
+    // The window manager forgets windows that ask to be shown while it starts: it is there once it manages one.
+    const XWindow first(*m_connection, "first", 1);
+    EXPECT_TRUE(testing::eventually([&] {
+        xcb_map_window(m_connection->get(), first.id());
+        xcb_flush(m_connection->get());
+        const auto managed = m_connection->stackedWindows();
+        return std::ranges::find(managed, first.id()) != managed.end();
+    }));
+}
+
+void XDesktop::input(const std::vector<std::string>& arguments) {
+    EXPECT_EQ(run(arguments, {.program = "/usr/bin/xdotool"}).status, 0);
+}
+
+bool XDesktop::eventually(const std::function<bool()>& condition) const {
+    return testing::eventually([&] {
+        m_connection->dispatch();
+        return condition();
+    });
+}
+
+XWindow::XWindow(X11Connection& connection, const std::string& application, std::int32_t pid)
+    : m_connection(connection), m_window(xcb_generate_id(connection.get())) {
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, m_window, connection.root(), 50, 60, 300, 200, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, connection.screen().root_visual, 0, nullptr);
+    const auto classText = application + '\0' + application + '\0';
+    xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                        static_cast<std::uint32_t>(classText.size()), classText.data());
+    xcb_ewmh_set_wm_pid(connection.hints(), m_window, static_cast<std::uint32_t>(pid));
+    xcb_map_window(connection.get(), m_window);
+    xcb_flush(connection.get());
+}
+
+XWindow::~XWindow() {
+    xcb_destroy_window(m_connection.get(), m_window);
+    xcb_flush(m_connection.get());
+}
+
+void XWindow::setProperty(const std::string& name, const std::vector<std::uint32_t>& values, xcb_atom_t type) {
+    const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        m_connection.get(),
+        xcb_intern_atom(m_connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
+    xcb_change_property(m_connection.get(), XCB_PROP_MODE_REPLACE, m_window, atom->atom, type, 32,
+                        static_cast<std::uint32_t>(values.size()), values.data());
+    xcb_flush(m_connection.get());
+}
+
+} // namespace torvo::testing

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "linux/LinuxProcessHost.h"
+#include "linux/X11Connection.h"
+#include "support/Descriptor.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace torvo::testing {
+
+/// A program that runs beside the test, and ends with the object, with everything that it started.
+class BackgroundProgram {
+  public:
+    /// `program`: a path. `output`: where its standard output goes; -1 for nowhere. It gets this process's
+    /// environment and these variables ("NAME=value").
+    BackgroundProgram(const std::string& program, const std::vector<std::string>& arguments, int output = -1,
+                      const std::vector<std::string>& variables = {});
+    ~BackgroundProgram();
+    BackgroundProgram(const BackgroundProgram&) = delete;
+    BackgroundProgram& operator=(const BackgroundProgram&) = delete;
+
+    [[nodiscard]] std::int32_t pid() const { return m_child; }
+
+  private:
+    LinuxProcessHost m_host;
+    std::int32_t m_child = -1;
+};
+
+/// An X server without a screen and a window manager on it, with a session bus. While it lives, $DISPLAY and
+/// $DBUS_SESSION_BUS_ADDRESS name them.
+class XDesktop {
+  public:
+    explicit XDesktop(const std::string& screen = "1280x800x24");
+
+    /// Presses keys or moves the mouse: the arguments of xdotool.
+    static void input(const std::vector<std::string>& arguments);
+    /// Lets the connection dispatch until the condition holds; false when it still does not at the deadline.
+    [[nodiscard]] bool eventually(const std::function<bool()>& condition) const;
+
+    [[nodiscard]] X11Connection& connection() { return *m_connection; }
+
+  private:
+    TemporaryFolder m_home;
+    std::vector<std::unique_ptr<BackgroundProgram>> m_programs;
+    std::unique_ptr<X11Connection> m_connection;
+};
+
+/// An ordinary window of an application.
+class XWindow {
+  public:
+    /// `application`: the name in WM_CLASS.
+    XWindow(X11Connection& connection, const std::string& application, std::int32_t pid);
+    ~XWindow();
+    XWindow(const XWindow&) = delete;
+    XWindow& operator=(const XWindow&) = delete;
+
+    [[nodiscard]] xcb_window_t id() const { return m_window; }
+    void setProperty(const std::string& name, const std::vector<std::uint32_t>& values, xcb_atom_t type);
+
+  private:
+    X11Connection& m_connection;
+    xcb_window_t m_window;
+};
+
+} // namespace torvo::testing
