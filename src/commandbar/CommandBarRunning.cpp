@@ -84,6 +84,7 @@ void CommandBarService::finishPreview(const Shell& shell, const FinderContext& c
 
 void CommandBarService::showFilesInstead(const Shell& shell, const FinderContext& context, std::string_view reason) {
     std::vector<PreviewRow> rows;
+    rows.reserve(context.selection.size());
     for (const auto& file : context.selection)
         rows.push_back({file.path(), std::nullopt});
     awaitConfirmation({shell, context, std::move(rows)},
@@ -94,7 +95,8 @@ void CommandBarService::confirmPending() {
     if (!m_state.pending)
         return;
     const Turn turn(*this);
-    const auto pending = *std::exchange(m_state.pending, std::nullopt);
+    const auto pending = std::move(*m_state.pending);
+    m_state.pending.reset();
     m_lastRunRenameRows = pending.rows;
     logOutcome("confirmed");
     dispatch(pending.action, pending.context, Consent::given);

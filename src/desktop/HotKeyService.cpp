@@ -27,7 +27,8 @@ HotKeyService::~HotKeyService() {
 
 void HotKeyService::unregister() {
     if (m_hotKey)
-        m_platform.unregisterHotKey(*std::exchange(m_hotKey, std::nullopt));
+        m_platform.unregisterHotKey(*m_hotKey);
+    m_hotKey.reset();
 }
 
 std::expected<void, HotKeyRegistrationError> HotKeyService::registerHotKey(const HotKeyConfiguration& configuration,

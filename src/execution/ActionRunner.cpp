@@ -242,7 +242,7 @@ RunOutcome ActionRunner::runSelectByCommand(const SelectByCommand& select, const
     const auto confinement = consent == Consent::given ? Confinement::none : Confinement::readOnly;
     if (consent == Consent::none && !isProvablyReadOnlySelectionCommand(select.command))
         return NeedsConfirmation{prompt(select)};
-    const auto result = m_processes.run({kShell, {"-c", select.command}, *context.folder, confinement});
+    const auto result = m_processes.run({kShell, {"-c", select.command}, context.folder, confinement});
     if (m_processes.isCancelled())
         return Failure{"Cancelled"};
     if (result.confinementUnavailable)

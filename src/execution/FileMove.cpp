@@ -71,11 +71,11 @@ int copyContent(const std::string& from, const std::string& to) {
 
 int copyItem(const std::string& from, const std::string& to);
 
-int copyChildren(const std::string& from, const std::string& to) {
+int copyChildren(const std::string& from, const fs::path& to) {
     std::error_code error;
     for (fs::directory_iterator entry(from, error), end; !error && entry != end; entry.increment(error)) {
-        const auto name = entry->path().filename().native();
-        if (const int failure = copyItem(from + "/" + name, to + "/" + name))
+        const auto copy = to / entry->path().filename();
+        if (const int failure = copyItem(entry->path().native(), copy.native()))
             return failure;
     }
     return error.value();

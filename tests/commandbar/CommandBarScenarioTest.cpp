@@ -317,5 +317,44 @@ TEST_F(CommandBarScenario, UndoStopsAtTheFirstFailureAndCanBeTriedAgain) {
     EXPECT_THAT(bar.names(), IsEmpty());
 }
 
+TEST_F(CommandBarScenario, UndoTakesWhatIsThereByNow) {
+    bar.select({});
+    bar.modelAnswers("touch one two three", "Make three");
+    bar.enter("make three");
+    ASSERT_TRUE(bar.settles());
+    bar.service->confirmPending();
+    ASSERT_TRUE(bar.settlesAs("Make three"));
+    ASSERT_EQ(::unlink((bar / "one").path().c_str()), 0);
+    ASSERT_EQ(::unlink((bar / "two").path().c_str()), 0);
+    (void)bar.files.file("two/now a folder", "text");
+    bar.service->undoLast();
+    EXPECT_EQ(bar.state().status, "Undid Make three");
+    EXPECT_THAT(bar.names(), IsEmpty());
+    EXPECT_EQ(bar.trash.items().size(), 2U) << "what was put in the place of a file is in the Trash, not lost";
+}
+
+TEST_F(CommandBarScenario, TheBarMayQuitWhateverIsUnderWay) {
+    (void)bar.files.file("a.txt");
+    bar.select({"a.txt"});
+    bar.modelAnswers("ps -o ppid= -p $$; touch started; sleep 600", "Wait");
+    bar.enter("wait");
+    ASSERT_TRUE(bar.settles());
+    bar.service->confirmPending();
+    ASSERT_TRUE(testing::eventually([&] { return (bar / "started").exists(); }));
+    bar.restart();
+    EXPECT_FALSE(bar.state().isRunning);
+
+    bar.server.queue(testing::ScriptedReply::nothing().then(testing::ScriptedReply::Hang{}));
+    bar.enter("think");
+    ASSERT_TRUE(bar.server.waitForRequests(2));
+    bar.restart();
+    EXPECT_TRUE(bar.server.waitForHangUps(1));
+
+    // The run that was stopped has given its turn away.
+    bar.enter("zip");
+    ASSERT_TRUE(bar.settlesAs("Zipped 1 item")) << bar.state().status;
+    EXPECT_THAT(bar.names(), ElementsAre("Archive.zip", "a.txt", "started"));
+}
+
 } // namespace
 } // namespace torvo
