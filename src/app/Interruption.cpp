@@ -28,7 +28,7 @@ sigset_t endingSignals() {
 }
 
 /// Requests a stop at each signal, until `end` turns readable.
-void watch(int signals, int end, std::stop_source source) {
+void watch(int signals, int end, const std::stop_source& source) {
     std::array<pollfd, 2> polled{{{signals, POLLIN, 0}, {end, POLLIN, 0}}};
     while (::poll(polled.data(), polled.size(), -1) >= 0 || errno == EINTR) {
         if (polled[1].revents != 0)

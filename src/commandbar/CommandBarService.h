@@ -92,7 +92,7 @@ class CommandBarService {
     /// Takes what is on the clipboard as dropped files.
     void useClipboard();
     /// Shows the bar in its full form under the front file-manager window and gives it the keyboard; without a window
-    /// it is hidden. `whenHidden`: a click on a docked bar leaves the bar where it is.
+    /// it is hidden.
     void openExpanded();
     /// Docks the bar to the front file-manager window, follows it, or hides with it.
     void syncAttachment();

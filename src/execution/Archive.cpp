@@ -48,7 +48,7 @@ RunOutcome zipSelection(const FinderContext& context, const std::string& archive
         progress({fmt::format("Compressing {}…", counted(items.size(), "item")), std::nullopt, std::nullopt});
     std::vector<std::string> arguments{"-r", "-q", archive.path(), "--"};
     std::ranges::transform(items, std::back_inserter(arguments), argumentFor);
-    const auto result = processes.run({archiver, std::move(arguments), *folder});
+    const auto result = processes.run({archiver, std::move(arguments), folder});
 
     if (processes.isCancelled()) {
         removeNewFiles({archive});

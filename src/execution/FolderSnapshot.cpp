@@ -129,6 +129,7 @@ class NameTable {
 
 std::vector<FileURL> watchedFolders(const std::vector<FileURL>& selection, const std::optional<FileURL>& folder) {
     std::vector<FileURL> folders;
+    folders.reserve(selection.size() + 1);
     for (const FileURL& item : selection)
         folders.push_back(item.deletingLastPathComponent().standardized());
     if (folder)

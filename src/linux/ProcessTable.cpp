@@ -124,7 +124,7 @@ std::vector<std::int32_t> children(std::int32_t pid) {
 std::vector<std::int32_t> childrenByScan(std::int32_t pid) {
     std::vector<std::int32_t> found;
     forEachNumber("/proc", [&](std::int32_t candidate) {
-        if (const auto found_status = status(candidate); found_status && found_status->parent == pid)
+        if (const auto parsed = status(candidate); parsed && parsed->parent == pid)
             found.push_back(candidate);
     });
     return found;

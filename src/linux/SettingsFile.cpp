@@ -63,7 +63,8 @@ FileURL SettingsFile::defaultLocation() {
 
 SettingsFile::SettingsFile(FileURL location, Report report)
     : m_location(std::move(location)),
-      m_report(report ? std::move(report) : [](const std::string& line) { std::clog << line << std::endl; }) {}
+      m_report(report ? std::move(report) : [](const std::string& line) { std::clog << line + '\n'
+                                                                                    << std::flush; }) {}
 
 SettingsFile::Version SettingsFile::Version::of(const struct stat& status) {
     return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)};

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-struct stat;
+struct stat; // NOLINT(readability-identifier-naming): the system's name
 
 namespace torvo {
 

@@ -71,11 +71,11 @@ bool isSuccess(int status) {
 }
 
 PlanOrError send(const LLMPlanner& planner, const Json& body, const std::stop_token& stop) {
-    HttpRequest request{.method = HttpMethod::post,
-                        .url = planner.endpoint.address("/v1/chat/completions"),
-                        .headers = {{"Content-Type", "application/json"}},
-                        .body = compactJson(body),
-                        .silence = kChatSilence};
+    const HttpRequest request{.method = HttpMethod::post,
+                              .url = planner.endpoint.address("/v1/chat/completions"),
+                              .headers = {{"Content-Type", "application/json"}},
+                              .body = compactJson(body),
+                              .silence = kChatSilence};
     const auto reply = planner.session->perform(request, stop);
     if (!reply)
         return std::unexpected(planError(reply.error()));

@@ -10,7 +10,7 @@ namespace torvo {
 
 namespace {
 
-std::string textMember(const Json& object, const char* key, std::string fallback) {
+std::string textMember(const Json& object, const char* key, const std::string& fallback) {
     const Json* value = memberOf(object, key);
     return value != nullptr && value->is_string() ? value->get<std::string>() : fallback;
 }
