@@ -2,6 +2,7 @@
 # Run: cmake -DROOT=<repository> -P tests/layers.cmake
 cmake_minimum_required(VERSION 3.25)
 set(floor_support 1)
+set(floor_widgets 2)
 set(floor_model 2)
 set(floor_platform 2)
 set(floor_execution 3)
@@ -16,6 +17,7 @@ set(linux_may_include linux platform support)
 set(platform_may_include platform support)
 # Two folders of one floor do not know each other.
 set(model_may_include model support)
+set(widgets_may_include widgets support)
 set(planning_may_include planning execution model platform support)
 set(desktop_may_include desktop execution model platform support)
 
