@@ -1,47 +1,12 @@
 #include "desktop/FinderService.h"
 
+#include "platform/FinderScripts.h"
 #include "support/FileURLText.h"
 #include "support/Text.h"
 
 #include <fmt/format.h>
 
 namespace torvo {
-
-namespace {
-
-constexpr const char* kSelectionScript = R"(tell application "Finder"
-    set out to {}
-    try
-        set sel to selection
-        repeat with anItem in sel
-            set end of out to POSIX path of (anItem as alias)
-        end repeat
-    end try
-    set AppleScript's text item delimiters to linefeed
-    return out as text
-end tell)";
-
-constexpr const char* kSetSelectionScript = R"(on run argv
-    set theItems to {}
-    repeat with p in argv
-        try
-            set end of theItems to (POSIX file (contents of p) as alias)
-        end try
-    end repeat
-    tell application "Finder" to set selection to theItems
-end run)";
-
-constexpr const char* kClearSelectionScript = R"(tell application "Finder" to set selection to {})";
-
-constexpr const char* kFrontFolderScript = R"(tell application "Finder"
-    if (count of Finder windows) is 0 then return ""
-    try
-        return POSIX path of (target of front Finder window as alias)
-    end try
-    return ""
-end tell)";
-
-} // namespace
 
 std::vector<FileURL> parseFinderSelection(std::string_view output) {
     std::vector<FileURL> files;

@@ -68,6 +68,20 @@ std::string X11Connection::windowClass(xcb_window_t window) {
     return std::string(name.substr(0, name.find('\0')));
 }
 
+std::string X11Connection::textProperty(xcb_window_t window, const std::string& name) {
+    const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        m_connection, xcb_intern_atom(m_connection, 1, static_cast<std::uint16_t>(name.size()), name.c_str()),
+        nullptr));
+    if (!atom || atom->atom == XCB_ATOM_NONE)
+        return {};
+    const auto cookie = xcb_get_property(m_connection, 0, window, atom->atom, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    if (!reply || reply->format != 8)
+        return {};
+    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
+}
+
 void X11Connection::activate(xcb_window_t window) {
     xcb_ewmh_request_change_active_window(&m_hints, m_screenNumber, window, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
                                           XCB_CURRENT_TIME, XCB_WINDOW_NONE);

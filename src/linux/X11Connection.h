@@ -36,6 +36,8 @@ class X11Connection {
     [[nodiscard]] std::optional<std::int32_t> pid(xcb_window_t window);
     /// The name of the window's application (the second text of WM_CLASS, ICCCM 4.1.2.5); empty when it has none.
     [[nodiscard]] std::string windowClass(xcb_window_t window);
+    /// What a text property of a window holds; empty when it has none of that name.
+    [[nodiscard]] std::string textProperty(xcb_window_t window, const std::string& name);
     /// Asks the window manager to give a window the keyboard, the way a pager does.
     void activate(xcb_window_t window);
 

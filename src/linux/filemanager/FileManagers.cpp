@@ -1,0 +1,221 @@
+#include "linux/filemanager/FileManagers.h"
+
+#include "linux/FrontApplication.h"
+#include "linux/X11Frames.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <ranges>
+
+namespace torvo {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How long a program may take to show that it answers at all, and to tell or do something.
+constexpr auto kAnswerTime = std::chrono::milliseconds(300);
+constexpr auto kWorkTime = std::chrono::seconds(2);
+/// How long a program that did not answer is left alone.
+constexpr auto kSilence = std::chrono::seconds(2);
+
+/// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
+/// that is known counts).
+bool isOrdinary(X11Connection& display, xcb_window_t window) {
+    auto* hints = display.hints();
+    xcb_ewmh_get_atoms_reply_t types{};
+    if (xcb_ewmh_get_wm_window_type_reply(hints, xcb_ewmh_get_wm_window_type(hints, window), &types, nullptr) == 0)
+        return true;
+    const bool isNormal = types.atoms_len == 0 || types.atoms[0] == hints->_NET_WM_WINDOW_TYPE_NORMAL;
+    xcb_ewmh_get_atoms_reply_wipe(&types);
+    return isNormal;
+}
+
+bool isHidden(X11Connection& display, xcb_window_t window) {
+    auto* hints = display.hints();
+    xcb_ewmh_get_atoms_reply_t states{};
+    if (xcb_ewmh_get_wm_state_reply(hints, xcb_ewmh_get_wm_state(hints, window), &states, nullptr) == 0)
+        return false;
+    const xcb_atom_t* end = states.atoms + states.atoms_len;
+    const bool hidden = std::find<const xcb_atom_t*>(states.atoms, end, hints->_NET_WM_STATE_HIDDEN) != end;
+    xcb_ewmh_get_atoms_reply_wipe(&states);
+    return hidden;
+}
+
+} // namespace
+
+X11Connection* FileManagers::display() {
+    if (m_display != nullptr && xcb_connection_has_error(m_display->get()) != 0)
+        m_display.reset();
+    if (m_display == nullptr)
+        m_display = X11Connection::create();
+    return m_display.get();
+}
+
+DBusConnection* FileManagers::session() {
+    if (m_session != nullptr && g_dbus_connection_is_closed(m_session->get()) != FALSE)
+        m_session.reset();
+    if (m_session == nullptr)
+        m_session = DBusConnection::session().value_or(nullptr);
+    return m_session.get();
+}
+
+AccessibilityBus* FileManagers::accessibility(Deadline deadline) {
+    if (m_accessibility != nullptr && m_accessibility->isClosed()) {
+        m_windows.clear();
+        m_accessibility.reset();
+    }
+    if (m_accessibility == nullptr && session() != nullptr) {
+        m_windows.clear();
+        m_accessibility = AccessibilityBus::connect(*m_session, deadline).value_or(nullptr);
+    }
+    return m_accessibility.get();
+}
+
+/// The ordinary windows of file managers that are on the screen, the topmost first.
+std::vector<xcb_window_t> FileManagers::windows() {
+    auto* screen = display();
+    if (screen == nullptr)
+        return {};
+    std::vector<xcb_window_t> result;
+    for (const auto window : screen->stackedWindows() | std::views::reverse)
+        if (isFileManager(screen->windowClass(window)) && isOrdinary(*screen, window) && !isHidden(*screen, window))
+            result.push_back(window);
+    return result;
+}
+
+std::optional<xcb_window_t> FileManagers::topmost() {
+    const auto all = windows();
+    return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+std::vector<std::int32_t> FileManagers::processes() {
+    const std::lock_guard guard(m_lock);
+    std::vector<std::int32_t> result;
+    for (const auto window : windows())
+        if (const auto pid = m_display->pid(window); pid && std::ranges::find(result, *pid) == result.end())
+            result.push_back(*pid);
+    return result;
+}
+
+std::optional<xcb_window_t> FileManagers::frontWindow(std::int32_t pid) {
+    const std::lock_guard guard(m_lock);
+    for (const auto window : windows())
+        if (m_display->pid(window) == pid)
+            return window;
+    return std::nullopt;
+}
+
+std::optional<Rect> FileManagers::frame(xcb_window_t window) {
+    const std::lock_guard guard(m_lock);
+    auto* screen = display();
+    return screen == nullptr ? std::nullopt : windowFrame(*screen, window);
+}
+
+std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, const AccessibleObject& application,
+                                                          Deadline deadline) {
+    const AccessibleReader reader(*m_accessibility, deadline);
+    auto frames = reader.children(application);
+    if (frames.size() <= 1)
+        return frames.empty() ? std::nullopt : std::optional(frames.front());
+    // Windows are told apart by their titles, and those of one title by their places.
+    auto title = m_display->textProperty(window, "_NET_WM_NAME");
+    const auto names = reader.names(frames);
+    std::vector<AccessibleObject> sameTitle;
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        if (names[i] == title || (!names[i].empty() && title.starts_with(names[i])))
+            sameTitle.push_back(frames[i]);
+    if (sameTitle.size() == 1)
+        return sameTitle.front();
+    const auto place = windowFrame(*m_display, window);
+    std::optional<AccessibleObject> nearest;
+    double least = 0;
+    for (const auto& candidate : sameTitle.empty() ? frames : sameTitle) {
+        const auto extents = reader.extents(candidate);
+        if (!extents || !place)
+            continue;
+        const double distance = std::abs(extents->x - place->x) + std::abs(extents->y - place->y) +
+                                std::abs(extents->width - place->width) + std::abs(extents->height - place->height);
+        if (!nearest || distance < least) {
+            nearest = candidate;
+            least = distance;
+        }
+    }
+    return nearest;
+}
+
+FileManagerWindow* FileManagers::adapter(xcb_window_t window) {
+    auto* screen = display();
+    const auto pid = screen == nullptr ? std::nullopt : screen->pid(window);
+    if (!pid)
+        return nullptr;
+    if (const auto silent = m_silent.find(*pid); silent != m_silent.end()) {
+        if (steady_clock::now() < silent->second)
+            return nullptr;
+        m_silent.erase(silent);
+    }
+    const auto deadline = steady_clock::now() + kAnswerTime;
+    auto* bus = accessibility(deadline);
+    if (bus == nullptr)
+        return nullptr;
+    const auto application = bus->application(*pid, deadline);
+    if (!application) {
+        if (steady_clock::now() >= deadline)
+            m_silent[*pid] = steady_clock::now() + kSilence;
+        m_windows.erase(window);
+        return nullptr;
+    }
+    if (const auto known = m_windows.find(window); known != m_windows.end() && known->second.pid == *pid)
+        return known->second.adapter.get();
+    const auto object = frameObject(window, *application, deadline);
+    if (!object)
+        return nullptr;
+    // Those of windows that are gone go with the first new one.
+    const auto open = screen->stackedWindows();
+    std::erase_if(m_windows, [&](const auto& each) { return std::ranges::find(open, each.first) == open.end(); });
+    auto made = fileManagerWindow(screen->windowClass(window), {*m_session, *bus, m_clipboard, *pid, window, *object});
+    return (m_windows[window] = {std::move(made), *pid}).adapter.get();
+}
+
+std::optional<std::string> FileManagers::folder(xcb_window_t window) {
+    const std::lock_guard guard(m_lock);
+    auto* each = adapter(window);
+    return each == nullptr ? std::nullopt : each->folder(steady_clock::now() + kWorkTime);
+}
+
+std::optional<std::string> FileManagers::frontFolder() {
+    std::optional<xcb_window_t> window;
+    {
+        const std::lock_guard guard(m_lock);
+        window = topmost();
+    }
+    return window ? folder(*window) : std::nullopt;
+}
+
+std::vector<std::string> FileManagers::selection() {
+    const std::lock_guard guard(m_lock);
+    const auto window = topmost();
+    auto* each = window ? adapter(*window) : nullptr;
+    return each == nullptr ? std::vector<std::string>() : each->selection(steady_clock::now() + kWorkTime);
+}
+
+void FileManagers::select(const std::vector<std::string>& items) {
+    const std::lock_guard guard(m_lock);
+    const auto window = topmost();
+    if (auto* each = window ? adapter(*window) : nullptr)
+        each->select(items, steady_clock::now() + kWorkTime);
+}
+
+bool FileManagers::isAccessible() {
+    const std::lock_guard guard(m_lock);
+    return session() != nullptr && AccessibilityBus::isEnabled(*m_session, steady_clock::now() + kAnswerTime);
+}
+
+void FileManagers::makeAccessible() {
+    const std::lock_guard guard(m_lock);
+    if (session() != nullptr)
+        AccessibilityBus::enable(*m_session, steady_clock::now() + kAnswerTime);
+}
+
+} // namespace torvo

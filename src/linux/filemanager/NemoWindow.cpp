@@ -1,0 +1,165 @@
+#include "linux/filemanager/NemoWindow.h"
+
+#include "linux/filemanager/Breadcrumbs.h"
+#include "linux/filemanager/ClipboardCopy.h"
+#include "linux/filemanager/ShownNames.h"
+#include "linux/filemanager/ViewSearch.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace torvo {
+
+namespace {
+
+/// More names than that come faster through the clipboard.
+constexpr std::int32_t kFewItems = 64;
+
+bool isTable(AccessibleRole role) {
+    return role == AccessibleRole::table || role == AccessibleRole::treeTable;
+}
+
+std::vector<std::int32_t> upTo(std::int32_t count) {
+    std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(count, 0)));
+    std::iota(all.begin(), all.end(), 0);
+    return all;
+}
+
+} // namespace
+
+std::optional<std::string> NemoWindow::folder(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto pathButtons = [&](const AccessibleObject& row) {
+        return childrenOfRole(reader, row, AccessibleRole::toggleButton);
+    };
+    auto buttons = m_buttons ? pathButtons(*m_buttons) : std::vector<AccessibleNode>();
+    if (buttons.empty()) {
+        const auto bar = findShown(reader, m_access.frame, {AccessibleRole::toolBar});
+        const auto row =
+            bar ? reader.find(*bar,
+                              [&](const AccessibleNode& node) {
+                                  if (node.role == AccessibleRole::panel && !pathButtons(node.object).empty())
+                                      return AccessibleReader::Visit::take;
+                                  return AccessibleReader::Visit::enter;
+                              })
+                : std::nullopt;
+        if (!row)
+            return std::nullopt;
+        m_buttons = row->object;
+        buttons = pathButtons(row->object);
+    }
+    // The innermost folder comes first; what lies deeper than the one that is shown comes before it.
+    const auto shown =
+        std::ranges::find_if(buttons, [](const AccessibleNode& node) { return node.has(AccessibleState::checked); });
+    std::vector<AccessibleObject> crumbs;
+    std::transform(shown, buttons.end(), std::back_inserter(crumbs), [](const auto& node) { return node.object; });
+    std::ranges::reverse(crumbs);
+    return folderOfBreadcrumbs(reader.names(crumbs), {homeOfProcess(m_access.pid).value_or("/")});
+}
+
+std::optional<AccessibleNode> NemoWindow::view(const AccessibleReader& reader) {
+    if (m_view) {
+        auto node = reader.node(*m_view);
+        if (node.has(AccessibleState::showing) && (isTable(node.role) || node.role == AccessibleRole::layeredPane))
+            return node;
+    }
+    m_view.reset();
+    const auto tab = findBelow(reader, m_access.frame, AccessibleRole::pageTab,
+                               {AccessibleRole::menuBar, AccessibleRole::toolBar, AccessibleRole::scrollPane});
+    const auto found =
+        tab ? findShown(reader, *tab, {AccessibleRole::layeredPane, AccessibleRole::table, AccessibleRole::treeTable})
+            : std::nullopt;
+    if (!found)
+        return std::nullopt;
+    m_view = found;
+    return reader.node(*found);
+}
+
+/// The names in a table are in the cell that has an icon and a text, or in the first cell with a name.
+std::vector<std::string> NemoWindow::rowNames(const AccessibleReader& reader, const AccessibleObject& table,
+                                              const std::vector<std::int32_t>& rows) {
+    if (rows.empty())
+        return {};
+    const auto columns = std::min(reader.columnCount(table), 32);
+    for (std::int32_t column = 0; column < columns; ++column) {
+        const auto cell = reader.cells(table, {rows.front()}, column).front();
+        const auto parts = cell.path.empty() ? std::vector<AccessibleObject>() : reader.children(cell);
+        const auto names = reader.names(parts);
+        const auto text = std::ranges::find_if(names, [](const std::string& name) { return !name.empty(); });
+        if (text != names.end())
+            return reader.names(
+                reader.childrenAt(reader.cells(table, rows, column), static_cast<std::int32_t>(text - names.begin())));
+        if (!cell.path.empty() && parts.empty() && !reader.name(cell).empty())
+            return reader.names(reader.cells(table, rows, column));
+    }
+    return {};
+}
+
+std::vector<std::string> NemoWindow::copied(const AccessibleReader& reader) {
+    if (!m_copy || reader.node(*m_copy).role != AccessibleRole::menuItem) {
+        m_copy.reset();
+        const auto bar = findBelow(reader, m_access.frame, AccessibleRole::menuBar, {AccessibleRole::splitPane});
+        for (const auto& menu : bar ? reader.children(*bar) : std::vector<AccessibleObject>()) {
+            const auto items = reader.children(menu);
+            if (const auto copy = itemWithShortcut(reader, items, "ctrl+c")) {
+                m_copy = items[*copy];
+                break;
+            }
+        }
+    }
+    if (!m_copy)
+        return {};
+    return copiedFiles(m_access.clipboard, [&] { reader.press(*m_copy); }, reader.deadline());
+}
+
+std::vector<std::string> NemoWindow::selection(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto items = view(reader);
+    if (!items)
+        return {};
+    std::vector<std::string> names;
+    if (isTable(items->role)) {
+        const auto rows = reader.selectedRows(items->object);
+        if (rows.empty())
+            return {};
+        if (rows.size() <= static_cast<std::size_t>(kFewItems))
+            names = rowNames(reader, items->object, rows);
+    } else {
+        const auto count = reader.selectedCount(items->object);
+        if (count == 0)
+            return {};
+        if (count <= kFewItems)
+            names = reader.names(reader.selectedChildren(items->object, count));
+    }
+    const auto shown = names.empty() ? std::nullopt : folder(deadline);
+    if (const auto paths = shown ? ShownNames(*shown).paths(names) : std::nullopt)
+        return *paths;
+    return copied(reader);
+}
+
+void NemoWindow::select(const std::vector<std::string>& items, Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto list = view(reader);
+    const auto shown = items.empty() ? std::nullopt : folder(deadline);
+    if (!list)
+        return;
+    if (!shown) {
+        reader.clearSelection(list->object);
+        return;
+    }
+    const auto positions = awaitItems(
+        reader,
+        [&] {
+            if (isTable(list->role))
+                return rowNames(reader, list->object, upTo(reader.rowCount(list->object)));
+            return reader.names(reader.childrenAt(list->object, upTo(reader.childCount(list->object))));
+        },
+        *shown, items);
+    reader.clearSelection(list->object);
+    if (isTable(list->role))
+        reader.selectRows(list->object, positions);
+    else
+        reader.selectChildren(list->object, positions);
+}
+
+} // namespace torvo

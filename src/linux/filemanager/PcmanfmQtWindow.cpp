@@ -1,0 +1,137 @@
+#include "linux/filemanager/PcmanfmQtWindow.h"
+
+#include "linux/filemanager/Breadcrumbs.h"
+#include "linux/filemanager/ClipboardCopy.h"
+#include "linux/filemanager/ShownNames.h"
+#include "linux/filemanager/ViewSearch.h"
+
+#include <algorithm>
+#include <numeric>
+#include <thread>
+
+namespace torvo {
+
+namespace {
+
+/// In a folder of more items the clipboard is faster than asking each whether it is selected.
+constexpr std::int32_t kFewItems = 300;
+
+} // namespace
+
+std::optional<std::string> PcmanfmQtWindow::folder(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    // The innermost folder comes first; what lies deeper than the one that is shown comes before it.
+    const auto pathButtons = [&](const AccessibleObject& row) {
+        return childrenOfRole(reader, row, AccessibleRole::checkBox);
+    };
+    auto buttons = m_buttons ? pathButtons(*m_buttons) : std::vector<AccessibleNode>();
+    if (buttons.empty()) {
+        const auto bar = reader.find(m_access.frame, [](const AccessibleNode& node) {
+            return node.role == AccessibleRole::toolBar ? AccessibleReader::Visit::take : AccessibleReader::Visit::skip;
+        });
+        if (!bar)
+            return std::nullopt;
+        const auto row = reader.find(bar->object, [&](const AccessibleNode& node) {
+            if (node.role != AccessibleRole::filler || !node.has(AccessibleState::showing))
+                return AccessibleReader::Visit::skip;
+            return pathButtons(node.object).empty() ? AccessibleReader::Visit::enter : AccessibleReader::Visit::take;
+        });
+        if (!row)
+            return std::nullopt;
+        m_buttons = row->object;
+        buttons = pathButtons(row->object);
+    }
+    const auto shown =
+        std::ranges::find_if(buttons, [](const AccessibleNode& node) { return node.has(AccessibleState::checked); });
+    std::vector<AccessibleObject> crumbs;
+    std::transform(shown, buttons.end(), std::back_inserter(crumbs), [](const auto& node) { return node.object; });
+    std::ranges::reverse(crumbs);
+    const auto names = reader.names(crumbs);
+    if (names.empty() || names.front() != "/")
+        return std::nullopt;
+    return folderOfBreadcrumbs(names, {});
+}
+
+std::optional<AccessibleObject> PcmanfmQtWindow::view(const AccessibleReader& reader) {
+    if (m_view) {
+        const auto node = reader.node(*m_view);
+        if (node.has(AccessibleState::showing) &&
+            (node.role == AccessibleRole::list || node.role == AccessibleRole::tree))
+            return m_view;
+    }
+    // The tabs are in a layered pane of their own; the list and the tree beside it are the places.
+    const auto tabs = findShown(reader, m_access.frame, {AccessibleRole::layeredPane});
+    m_view = tabs ? findShown(reader, *tabs, {AccessibleRole::list, AccessibleRole::tree}) : std::nullopt;
+    return m_view;
+}
+
+std::vector<AccessibleObject> PcmanfmQtWindow::cells(const AccessibleReader& reader, const AccessibleObject& view) {
+    std::vector<std::int32_t> rows(static_cast<std::size_t>(std::max(reader.rowCount(view), 0)));
+    std::iota(rows.begin(), rows.end(), 0);
+    return reader.cells(view, rows, 0);
+}
+
+std::optional<PcmanfmQtWindow::EditMenu> PcmanfmQtWindow::editMenu(const AccessibleReader& reader) {
+    if (m_edit && reader.node(m_edit->copy).role == AccessibleRole::menuItem)
+        return m_edit;
+    m_edit.reset();
+    const auto bar = findBelow(reader, m_access.frame, AccessibleRole::menuBar, {AccessibleRole::filler});
+    if (!bar)
+        return std::nullopt;
+    for (const auto& menu : reader.children(*bar)) {
+        const auto popup = reader.child(menu, 0);
+        const auto items = popup ? reader.children(*popup) : std::vector<AccessibleObject>();
+        const auto copy = itemWithShortcut(reader, items, "ctrl+c");
+        const auto selectAll = itemWithShortcut(reader, items, "ctrl+a");
+        if (copy && selectAll && *selectAll + 1 < items.size())
+            return m_edit = EditMenu{items[*copy], items[*selectAll + 1]};
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> PcmanfmQtWindow::selection(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto edit = editMenu(reader);
+    if (!edit || !reader.node(edit->copy).has(AccessibleState::sensitive))
+        return {};
+    const auto items = view(reader);
+    if (items && reader.rowCount(*items) <= kFewItems) {
+        std::vector<AccessibleObject> selected;
+        for (auto& node : reader.nodes(cells(reader, *items)))
+            if (node.has(AccessibleState::selected))
+                selected.push_back(std::move(node.object));
+        const auto shown = folder(deadline);
+        const auto paths = shown ? ShownNames(*shown).paths(reader.names(selected)) : std::nullopt;
+        if (paths && !paths->empty())
+            return *paths;
+    }
+    return copiedFiles(m_access.clipboard, [&] { reader.press(edit->copy); }, deadline);
+}
+
+void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto edit = editMenu(reader);
+    const auto shown = items.empty() ? std::nullopt : folder(deadline);
+    const auto list = view(reader);
+    if (!edit)
+        return;
+    if (items.empty() || !shown || !list) {
+        reader.press(edit->deselectAll);
+        return;
+    }
+    std::vector<AccessibleObject> all;
+    const auto rows = awaitItems(
+        reader,
+        [&] {
+            all = cells(reader, *list);
+            return reader.names(all);
+        },
+        *shown, items);
+    reader.press(edit->deselectAll);
+    std::vector<AccessibleObject> wanted;
+    std::ranges::transform(rows, std::back_inserter(wanted),
+                           [&](std::int32_t row) { return all[static_cast<std::size_t>(row)]; });
+    reader.pressAll(wanted);
+}
+
+} // namespace torvo

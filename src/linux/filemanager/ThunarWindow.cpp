@@ -1,0 +1,214 @@
+#include "linux/filemanager/ThunarWindow.h"
+
+#include "linux/filemanager/Breadcrumbs.h"
+#include "linux/filemanager/ClipboardCopy.h"
+#include "linux/filemanager/ShownNames.h"
+#include "linux/filemanager/ViewSearch.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <thread>
+
+namespace torvo {
+
+namespace {
+
+constexpr std::size_t kEditMenu = 1;
+constexpr std::size_t kViewMenu = 2;
+/// The shortcuts of the views, the details view's in the middle.
+constexpr std::array<std::string_view, 3> kViewShortcuts{"ctrl+1", "ctrl+2", "ctrl+3"};
+/// More names than that come faster through the clipboard.
+constexpr std::size_t kFewItems = 64;
+
+bool isFolder(const std::string& path) {
+    struct stat status{};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
+std::optional<std::string> ThunarWindow::folder(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    if (!m_location || reader.node(*m_location).role != AccessibleRole::text) {
+        m_location.reset();
+        if (const auto bar = findShown(reader, m_access.frame, {AccessibleRole::toolBar}))
+            m_location = findShown(reader, *bar, {AccessibleRole::text});
+    }
+    if (m_location) {
+        std::string path = reader.text(*m_location);
+        if (path.starts_with("~"))
+            path.replace(0, 1, homeOfProcess(m_access.pid).value_or(""));
+        if (path.starts_with('/')) {
+            while (path.size() > 1 && path.ends_with('/'))
+                path.pop_back();
+            if (isFolder(path))
+                return path;
+        }
+        // A name that is not UTF-8 is found by way of its folders.
+        if (path.starts_with('/')) {
+            std::vector<std::string> crumbs{"/"};
+            for (std::size_t at = 1; at < path.size();) {
+                const auto end = std::min(path.find('/', at), path.size());
+                crumbs.push_back(path.substr(at, end - at));
+                at = end + 1;
+            }
+            return folderOfBreadcrumbs(crumbs, {});
+        }
+    }
+    // Path buttons instead of the entry; what lies deeper than the folder that is shown comes after the pressed one.
+    const auto buttons = reader.find(m_access.frame, [&](const AccessibleNode& node) {
+        if (!node.has(AccessibleState::showing) || node.role == AccessibleRole::menuBar)
+            return AccessibleReader::Visit::skip;
+        if (node.role != AccessibleRole::panel && node.role != AccessibleRole::filler)
+            return AccessibleReader::Visit::enter;
+        const auto toggles = childrenOfRole(reader, node.object, AccessibleRole::toggleButton);
+        return toggles.size() > 1 ? AccessibleReader::Visit::take : AccessibleReader::Visit::enter;
+    });
+    if (!buttons)
+        return std::nullopt;
+    std::vector<AccessibleObject> crumbs;
+    for (const auto& toggle : childrenOfRole(reader, buttons->object, AccessibleRole::toggleButton)) {
+        crumbs.push_back(toggle.object);
+        if (toggle.has(AccessibleState::checked))
+            break;
+    }
+    return folderOfBreadcrumbs(reader.names(crumbs), {homeOfProcess(m_access.pid).value_or("/")});
+}
+
+std::optional<AccessibleObject> ThunarWindow::table(const AccessibleReader& reader) {
+    const auto isShown = [&] {
+        const auto node = reader.node(*m_pane);
+        return node.role == AccessibleRole::directoryPane && node.has(AccessibleState::showing);
+    };
+    if (!m_pane || !isShown())
+        m_pane = findShown(reader, m_access.frame, {AccessibleRole::directoryPane});
+    if (!m_pane)
+        return std::nullopt;
+    for (const auto& node : reader.nodes(reader.children(*m_pane)))
+        if (node.role == AccessibleRole::table || node.role == AccessibleRole::treeTable)
+            return node.object;
+    return std::nullopt;
+}
+
+/// The column whose cells hold an icon and a text.
+std::optional<std::int32_t> ThunarWindow::nameColumn(const AccessibleReader& reader, const AccessibleObject& table) {
+    const auto count = std::min(reader.columnCount(table), 32);
+    for (std::int32_t column = 0; column < count; ++column) {
+        const auto cell = reader.cells(table, {0}, column).front();
+        if (!cell.path.empty() && reader.childCount(cell) == 2)
+            return column;
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> ThunarWindow::names(const AccessibleReader& reader, const AccessibleObject& table,
+                                             const std::vector<std::int32_t>& rows) {
+    const auto column = rows.empty() ? std::nullopt : nameColumn(reader, table);
+    if (!column)
+        return {};
+    return reader.names(reader.childrenAt(reader.cells(table, rows, *column), 1));
+}
+
+std::optional<AccessibleNode> ThunarWindow::menuItem(const AccessibleReader& reader, std::size_t menu,
+                                                     std::string_view shortcut, bool isFresh) {
+    if (!m_menuBar)
+        m_menuBar = findBelow(reader, m_access.frame, AccessibleRole::menuBar, {});
+    if (!m_menuBar)
+        return std::nullopt;
+    const auto menus = reader.children(*m_menuBar);
+    if (menu >= menus.size()) {
+        m_menuBar.reset();
+        return std::nullopt;
+    }
+    // A menu is made when it is opened, for the selection of that moment, and stays when it is closed.
+    if (isFresh || reader.childCount(menus[menu]) == 0) {
+        reader.press(menus[menu]);
+        while (reader.childCount(menus[menu]) == 0 && !reader.isOver())
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        reader.clearSelection(*m_menuBar);
+    }
+    const auto items = reader.children(menus[menu]);
+    const auto found = itemWithShortcut(reader, items, shortcut);
+    return found ? std::optional(reader.node(items[*found])) : std::nullopt;
+}
+
+std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
+    auto copy = menuItem(reader, kEditMenu, "ctrl+c");
+    if (copy && !copy->has(AccessibleState::sensitive))
+        copy = menuItem(reader, kEditMenu, "ctrl+c", true);
+    if (!copy || !copy->has(AccessibleState::sensitive))
+        return {};
+    return copiedFiles(m_access.clipboard, [&] { reader.press(copy->object); }, reader.deadline());
+}
+
+std::vector<std::string> ThunarWindow::selection(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto details = table(reader);
+    if (!details)
+        return copied(reader);
+    const auto rows = reader.selectedRows(*details);
+    if (rows.empty())
+        return {};
+    if (rows.size() <= kFewItems) {
+        const auto shown = folder(deadline);
+        if (const auto paths = shown ? ShownNames(*shown).paths(names(reader, *details, rows)) : std::nullopt)
+            return *paths;
+    }
+    return copied(reader);
+}
+
+void ThunarWindow::selectRows(const AccessibleReader& reader, const AccessibleObject& table,
+                              const std::vector<std::string>& items) {
+    const auto shown = folder(reader.deadline());
+    if (!shown)
+        return;
+    const auto rows = awaitItems(
+        reader,
+        [&] {
+            std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(reader.rowCount(table), 0)));
+            std::iota(all.begin(), all.end(), 0);
+            return names(reader, table, all);
+        },
+        *shown, items);
+    reader.clearSelection(table);
+    reader.selectRows(table, rows);
+}
+
+void ThunarWindow::select(const std::vector<std::string>& items, Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    if (const auto details = table(reader)) {
+        if (items.empty())
+            reader.clearSelection(*details);
+        else
+            selectRows(reader, *details, items);
+        return;
+    }
+    if (items.empty()) {
+        if (const auto clear = menuItem(reader, kEditMenu, "escape"))
+            reader.press(clear->object);
+        return;
+    }
+    std::optional<AccessibleObject> back;
+    for (const auto shortcut : kViewShortcuts)
+        if (const auto item = menuItem(reader, kViewMenu, shortcut); item && item->has(AccessibleState::checked))
+            back = item->object;
+    const auto toDetails = menuItem(reader, kViewMenu, kViewShortcuts[1]);
+    if (!back || !toDetails)
+        return;
+    reader.press(toDetails->object);
+    auto details = table(reader);
+    while (!details && !reader.isOver()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        details = table(reader);
+    }
+    if (details)
+        selectRows(reader, *details, items);
+    // The way back must work even when the time is over.
+    const AccessibleReader last(m_access.accessibility, std::chrono::steady_clock::now() + std::chrono::seconds(1));
+    last.press(*back);
+}
+
+} // namespace torvo
