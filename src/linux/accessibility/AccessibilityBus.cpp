@@ -86,6 +86,8 @@ void AccessibilityBus::enable(DBusConnection& session, Deadline deadline) {
 }
 
 AccessibilityBus::Answer AccessibilityBus::call(const Call& call, Deadline deadline) const {
+    if (call.object.program.empty())
+        return std::move(callAll({call}, deadline).front());
     return m_connection->call({call.object.program, call.object.path, call.interface, call.member}, call.arguments,
                               call.answer, remaining(deadline));
 }
@@ -99,6 +101,12 @@ std::vector<AccessibilityBus::Answer> AccessibilityBus::callAll(const std::vecto
         pending[i].connection = m_connection->get();
         pending[i].open = &open;
         const auto& call = calls[i];
+        if (call.object.program.empty()) {
+            if (call.arguments != nullptr)
+                g_variant_unref(g_variant_ref_sink(call.arguments));
+            --open;
+            continue;
+        }
         g_dbus_connection_call(m_connection->get(), call.object.program.c_str(), call.object.path.c_str(),
                                call.interface, call.member, call.arguments,
                                call.answer == nullptr ? nullptr : G_VARIANT_TYPE(call.answer), G_DBUS_CALL_FLAGS_NONE,

@@ -55,7 +55,8 @@ class AccessibilityBus {
     static void enable(DBusConnection& session, Deadline deadline);
 
     [[nodiscard]] Answer call(const Call& call, Deadline deadline) const;
-    /// Makes all the calls at once and waits for all the answers, which come in the order of the calls.
+    /// Makes all the calls at once and waits for all the answers, which come in the order of the calls. One to a null
+    /// object fails.
     [[nodiscard]] std::vector<Answer> callAll(const std::vector<Call>& calls, Deadline deadline) const;
 
     /// The root object of a running program; absent when it is not accessible.

@@ -52,6 +52,13 @@ std::string textOf(const Answer& answer) {
                : "";
 }
 
+bool isTrue(const Answer& answer) {
+    gboolean value = FALSE;
+    if (answer)
+        g_variant_get(answer->get(), "(b)", &value);
+    return value != FALSE;
+}
+
 AccessibleObject referenceOf(GVariant* pair) {
     const char* program = nullptr;
     const char* path = nullptr;
@@ -226,12 +233,7 @@ std::vector<AccessibleObject> AccessibleReader::references(const std::vector<Cal
 }
 
 bool AccessibleReader::allTrue(const std::vector<Call>& calls) const {
-    return std::ranges::all_of(m_bus.callAll(calls, m_deadline), [](const Answer& answer) {
-        gboolean value = FALSE;
-        if (answer)
-            g_variant_get(answer->get(), "(b)", &value);
-        return value != FALSE;
-    });
+    return std::ranges::all_of(m_bus.callAll(calls, m_deadline), isTrue);
 }
 
 std::vector<AccessibleObject> AccessibleReader::selectedChildren(const AccessibleObject& object,
@@ -244,6 +246,23 @@ std::vector<AccessibleObject> AccessibleReader::selectedChildren(const Accessibl
                          .arguments = g_variant_new("(i)", i),
                          .answer = "((so))"});
     return references(calls);
+}
+
+std::vector<std::int32_t> AccessibleReader::selectedPositions(const AccessibleObject& object,
+                                                              std::int32_t count) const {
+    std::vector<Call> calls;
+    for (std::int32_t i = 0; i < count; ++i)
+        calls.push_back({.object = object,
+                         .interface = kSelection,
+                         .member = "IsChildSelected",
+                         .arguments = g_variant_new("(i)", i),
+                         .answer = "(b)"});
+    std::vector<std::int32_t> positions;
+    const auto answers = m_bus.callAll(calls, m_deadline);
+    for (std::int32_t i = 0; i < count; ++i)
+        if (isTrue(answers[static_cast<std::size_t>(i)]))
+            positions.push_back(i);
+    return positions;
 }
 
 bool AccessibleReader::clearSelection(const AccessibleObject& object) const {

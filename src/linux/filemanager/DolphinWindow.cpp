@@ -156,7 +156,10 @@ void DolphinWindow::select(const std::vector<std::string>& items, Deadline deadl
         return;
     // What is not in the view yet would not be selected.
     if (list && reader.childCount(*list) <= kFewItems)
-        (void)awaitItems(reader, [&] { return reader.names(reader.children(*list)); }, *shown, items);
+        (void)awaitItems(reader,
+                         {[&] { return reader.childCount(*list); },
+                          [&](const auto& positions) { return reader.names(reader.childrenAt(*list, positions)); }},
+                         *shown, items);
     GVariantBuilder addresses;
     g_variant_builder_init(&addresses, G_VARIANT_TYPE("as"));
     for (const auto& item : items)

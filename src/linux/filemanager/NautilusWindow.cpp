@@ -1,18 +1,23 @@
 #include "linux/filemanager/NautilusWindow.h"
 
 #include "linux/X11Connection.h"
-#include "linux/filemanager/ShownNames.h"
-#include "linux/filemanager/ViewSearch.h"
 #include "support/FileURLText.h"
 
 #include <algorithm>
 #include <numeric>
+#include <thread>
 
 namespace torvo {
 
 namespace {
 
 constexpr const char* kBusName = "org.gnome.Nautilus";
+/// More names than that are told from the view's order.
+constexpr std::int32_t kFewItems = 200;
+/// Which items are looked at for the view's order: so many from the first on, and so many all over.
+constexpr std::int32_t kFirstLooks = 40;
+constexpr std::int32_t kSpreadLooks = 100;
+constexpr auto kPause = std::chrono::milliseconds(40);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
 std::string objectPathOf(xcb_window_t window) {
@@ -71,24 +76,53 @@ std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& rea
     return m_view;
 }
 
-std::optional<std::vector<std::string>> NautilusWindow::names(const AccessibleReader& reader,
-                                                              const std::vector<AccessibleObject>& cells) {
-    if (std::ranges::any_of(cells, [](const AccessibleObject& cell) { return cell.path.empty(); }))
+std::vector<std::string> NautilusWindow::names(const AccessibleReader& reader, const AccessibleObject& view,
+                                               const std::vector<std::int32_t>& positions) {
+    return reader.names(reader.childrenAt(reader.childrenAt(view, positions), 0));
+}
+
+std::optional<std::vector<std::string>> NautilusWindow::order(const AccessibleReader& reader,
+                                                              const AccessibleObject& view, const ShownNames& entries) {
+    const auto count = reader.childCount(view);
+    std::vector<std::int32_t> looked;
+    for (std::int32_t position = 0; position < count; position += position < kFirstLooks ? 1 : count / kSpreadLooks + 1)
+        looked.push_back(position);
+    const auto seen = names(reader, view, looked);
+    if (std::ranges::all_of(seen, &std::string::empty))
         return std::nullopt;
-    return reader.names(reader.childrenAt(cells, 0));
+    for (auto& order : entries.possibleOrders()) {
+        const bool agrees = order.size() == static_cast<std::size_t>(std::max(count, 0)) &&
+                            std::ranges::equal(looked, seen, [&](std::int32_t position, const std::string& name) {
+                                return name.empty() || name == order[static_cast<std::size_t>(position)];
+                            });
+        if (agrees)
+            return std::move(order);
+    }
+    return std::nullopt;
 }
 
 std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
     const auto items = view(reader);
     const auto count = items ? reader.selectedCount(*items) : 0;
-    if (count <= 0)
+    const auto shown = count > 0 ? folder(deadline) : std::nullopt;
+    if (!shown)
         return {};
-    const auto shown = folder(deadline);
-    const auto selected = names(reader, reader.selectedChildren(*items, count));
-    if (!shown || !selected)
+    const ShownNames entries(*shown);
+    if (count <= kFewItems) {
+        const auto selected = reader.names(reader.childrenAt(reader.selectedChildren(*items, count), 0));
+        if (const auto paths = entries.paths(selected))
+            return *paths;
+    }
+    const auto all = order(reader, *items, entries);
+    if (!all)
         return {};
-    return ShownNames(*shown).paths(*selected).value_or(std::vector<std::string>());
+    if (static_cast<std::size_t>(count) == all->size())
+        return entries.paths(*all).value_or(std::vector<std::string>());
+    std::vector<std::string> selected;
+    for (const auto position : reader.selectedPositions(*items, static_cast<std::int32_t>(all->size())))
+        selected.push_back((*all)[static_cast<std::size_t>(position)]);
+    return entries.paths(selected).value_or(std::vector<std::string>());
 }
 
 void NautilusWindow::select(const std::vector<std::string>& items, Deadline deadline) {
@@ -97,18 +131,21 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
     if (!list)
         return;
     const auto shown = items.empty() ? std::nullopt : folder(deadline);
-    if (!shown) {
-        reader.clearSelection(*list);
-        return;
+    std::vector<std::int32_t> positions;
+    while (shown && positions.size() < items.size()) {
+        const ShownNames entries(*shown);
+        if (const auto all = order(reader, *list, entries)) {
+            positions = entries.indices(*all, items);
+        } else {
+            std::vector<std::int32_t> every(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
+            std::iota(every.begin(), every.end(), 0);
+            positions = entries.indices(names(reader, *list, every), items);
+        }
+        if (reader.isOver())
+            break;
+        if (positions.size() < items.size())
+            std::this_thread::sleep_for(kPause);
     }
-    const auto positions = awaitItems(
-        reader,
-        [&] {
-            std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
-            std::iota(all.begin(), all.end(), 0);
-            return reader.names(reader.childrenAt(reader.childrenAt(*list, all), 0));
-        },
-        *shown, items);
     reader.clearSelection(*list);
     reader.selectChildren(*list, positions);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/filemanager/FileManagerWindow.h"
+#include "linux/filemanager/ShownNames.h"
 
 namespace torvo {
 
@@ -16,10 +17,13 @@ class NautilusWindow final : public FileManagerWindow {
 
   private:
     [[nodiscard]] std::optional<AccessibleObject> view(const AccessibleReader& reader);
-    /// The names in these cells; absent when one of them is not there: the view makes only those that are on the
-    /// screen.
-    [[nodiscard]] std::optional<std::vector<std::string>> names(const AccessibleReader& reader,
-                                                                const std::vector<AccessibleObject>& cells);
+    /// The names at these positions; empty for items that are not on the screen, which the view does not make.
+    [[nodiscard]] std::vector<std::string> names(const AccessibleReader& reader, const AccessibleObject& view,
+                                                 const std::vector<std::int32_t>& positions);
+    /// The names of all the items, also of those that are not made, in the order of a view that is sorted by name;
+    /// absent when this view is sorted in another way.
+    [[nodiscard]] std::optional<std::vector<std::string>>
+    order(const AccessibleReader& reader, const AccessibleObject& view, const ShownNames& entries);
 
     FileManagerAccess m_access;
     std::optional<AccessibleObject> m_view;

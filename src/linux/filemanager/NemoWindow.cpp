@@ -6,7 +6,6 @@
 #include "linux/filemanager/ViewSearch.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace torvo {
 
@@ -17,12 +16,6 @@ constexpr std::int32_t kFewItems = 64;
 
 bool isTable(AccessibleRole role) {
     return role == AccessibleRole::table || role == AccessibleRole::treeTable;
-}
-
-std::vector<std::int32_t> upTo(std::int32_t count) {
-    std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(count, 0)));
-    std::iota(all.begin(), all.end(), 0);
-    return all;
 }
 
 } // namespace
@@ -147,14 +140,17 @@ void NemoWindow::select(const std::vector<std::string>& items, Deadline deadline
         reader.clearSelection(list->object);
         return;
     }
-    const auto positions = awaitItems(
-        reader,
-        [&] {
-            if (isTable(list->role))
-                return rowNames(reader, list->object, upTo(reader.rowCount(list->object)));
-            return reader.names(reader.childrenAt(list->object, upTo(reader.childCount(list->object))));
-        },
-        *shown, items);
+    const auto& view = list->object;
+    const auto positions =
+        isTable(list->role)
+            ? awaitItems(reader,
+                         {[&] { return reader.rowCount(view); },
+                          [&](const auto& rows) { return rowNames(reader, view, rows); }},
+                         *shown, items)
+            : awaitItems(reader,
+                         {[&] { return reader.childCount(view); },
+                          [&](const auto& wanted) { return reader.names(reader.childrenAt(view, wanted)); }},
+                         *shown, items);
     reader.clearSelection(list->object);
     if (isTable(list->role))
         reader.selectRows(list->object, positions);

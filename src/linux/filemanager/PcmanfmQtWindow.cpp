@@ -119,19 +119,16 @@ void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline dea
         reader.press(edit->deselectAll);
         return;
     }
-    std::vector<AccessibleObject> all;
-    const auto rows = awaitItems(
-        reader,
-        [&] {
-            all = cells(reader, *list);
-            return reader.names(all);
-        },
-        *shown, items);
+    const auto rows =
+        awaitItems(reader,
+                   {[&] { return reader.rowCount(*list); },
+                    [&](const auto& positions) { return reader.names(reader.cells(*list, positions, 0)); }},
+                   *shown, items);
     reader.press(edit->deselectAll);
-    std::vector<AccessibleObject> wanted;
-    std::ranges::transform(rows, std::back_inserter(wanted),
-                           [&](std::int32_t row) { return all[static_cast<std::size_t>(row)]; });
-    reader.pressAll(wanted);
+    reader.pressAll(reader.cells(*list, rows, 0));
+    // The program hears of its own selection a moment later.
+    while (!rows.empty() && !reader.node(edit->copy).has(AccessibleState::sensitive) && !reader.isOver())
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 } // namespace torvo

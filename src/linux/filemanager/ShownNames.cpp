@@ -34,9 +34,10 @@ ShownNames::ShownNames(const std::string& folder) : m_folder(withSlash(folder)) 
             continue;
         const GLibPointer<char> shown(g_utf8_make_valid(name.c_str(), static_cast<gssize>(name.size())));
         const auto add = [&](std::string text) {
-            const auto [at, isNew] = m_entries.try_emplace(std::move(text), name);
+            const auto [at, isNew] =
+                m_entries.try_emplace(std::move(text), Entry{name, entry->d_type == DT_DIR, name != shown.get()});
             if (!isNew)
-                at->second.clear();
+                at->second.name.clear();
         };
         add(shown.get());
         if (name != shown.get())
@@ -46,9 +47,9 @@ ShownNames::ShownNames(const std::string& folder) : m_folder(withSlash(folder)) 
 
 std::optional<std::string> ShownNames::path(std::string_view shown) const {
     const auto found = m_entries.find(shown);
-    if (found == m_entries.end() || found->second.empty())
+    if (found == m_entries.end() || found->second.name.empty())
         return std::nullopt;
-    return m_folder + found->second;
+    return m_folder + found->second.name;
 }
 
 std::optional<std::vector<std::string>> ShownNames::paths(const std::vector<std::string>& shown) const {
@@ -70,6 +71,30 @@ std::vector<std::int32_t> ShownNames::indices(const std::vector<std::string>& sh
         if (const auto at = path(shown[i]); at && wanted.contains(*at))
             result.push_back(static_cast<std::int32_t>(i));
     return result;
+}
+
+std::vector<std::vector<std::string>> ShownNames::possibleOrders() const {
+    struct Sorted {
+        bool isAfter = false;
+        std::string key;
+        std::string shown;
+        auto operator<=>(const Sorted&) const = default;
+    };
+    std::vector<std::vector<std::string>> orders;
+    for (const auto collate : {g_utf8_collate_key_for_filename, g_utf8_collate_key}) {
+        for (const bool foldersFirst : {true, false}) {
+            std::vector<Sorted> sorted;
+            for (const auto& [shown, entry] : m_entries) {
+                if (shown.starts_with('.') || (entry.isMended && !shown.ends_with(kMendedMark)))
+                    continue;
+                const GLibPointer<char> key(collate(shown.c_str(), static_cast<gssize>(shown.size())));
+                sorted.push_back({foldersFirst && !entry.isFolder, key.get(), shown});
+            }
+            std::ranges::sort(sorted);
+            std::ranges::transform(sorted, std::back_inserter(orders.emplace_back()), &Sorted::shown);
+        }
+    }
+    return orders;
 }
 
 } // namespace torvo

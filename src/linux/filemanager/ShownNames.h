@@ -25,10 +25,20 @@ class ShownNames {
     [[nodiscard]] std::vector<std::int32_t> indices(const std::vector<std::string>& shown,
                                                     const std::vector<std::string>& items) const;
 
+    /// The shown names without the hidden ones, in the orders in which views that are sorted by name may have them:
+    /// with numbers by value or not, with the folders first or among the files.
+    [[nodiscard]] std::vector<std::vector<std::string>> possibleOrders() const;
+
   private:
+    struct Entry {
+        std::string name;
+        bool isFolder = false;
+        bool isMended = false;
+    };
+
     std::string m_folder;
-    /// By shown name: the entry's name; empty where two entries are shown alike.
-    std::map<std::string, std::string, std::less<>> m_entries;
+    /// By shown name; the name is empty where two entries are shown alike.
+    std::map<std::string, Entry, std::less<>> m_entries;
 };
 
 } // namespace torvo

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 #include <thread>
 
 namespace torvo {
@@ -165,14 +164,10 @@ void ThunarWindow::selectRows(const AccessibleReader& reader, const AccessibleOb
     const auto shown = folder(reader.deadline());
     if (!shown)
         return;
-    const auto rows = awaitItems(
-        reader,
-        [&] {
-            std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(reader.rowCount(table), 0)));
-            std::iota(all.begin(), all.end(), 0);
-            return names(reader, table, all);
-        },
-        *shown, items);
+    const auto rows = awaitItems(reader,
+                                 {[&] { return reader.rowCount(table); },
+                                  [&](const auto& positions) { return names(reader, table, positions); }},
+                                 *shown, items);
     reader.clearSelection(table);
     reader.selectRows(table, rows);
 }

@@ -3,6 +3,7 @@
 #include "linux/filemanager/ShownNames.h"
 
 #include <algorithm>
+#include <numeric>
 #include <thread>
 
 namespace torvo {
@@ -16,6 +17,25 @@ constexpr auto kPause = std::chrono::milliseconds(40);
 
 bool isAmong(std::initializer_list<AccessibleRole> roles, AccessibleRole role) {
     return std::ranges::find(roles, role) != roles.end();
+}
+
+/// Where the items are if the view's order is that of `order`; absent when one of them is not there.
+std::optional<std::vector<std::int32_t>> guessedPositions(const ViewItems& view, std::int32_t count,
+                                                          const ShownNames& entries,
+                                                          const std::vector<std::string>& order,
+                                                          const std::vector<std::string>& items) {
+    if (order.size() != static_cast<std::size_t>(std::max(count, 0)))
+        return std::nullopt;
+    auto positions = entries.indices(order, items);
+    if (positions.empty() || positions.size() != items.size())
+        return std::nullopt;
+    const auto areThere = [&](const std::vector<std::int32_t>& looked) {
+        return std::ranges::equal(view.names(looked), looked, {}, {},
+                                  [&](std::int32_t position) { return order[static_cast<std::size_t>(position)]; });
+    };
+    if (!areThere({positions.front(), positions[positions.size() / 2], positions.back()}) || !areThere(positions))
+        return std::nullopt;
+    return positions;
 }
 
 } // namespace
@@ -55,12 +75,22 @@ std::optional<std::size_t> itemWithShortcut(const AccessibleReader& reader, cons
     return found == shortcuts.end() ? std::nullopt : std::optional<std::size_t>(found - shortcuts.begin());
 }
 
-std::vector<std::int32_t> awaitItems(const AccessibleReader& reader,
-                                     const std::function<std::vector<std::string>()>& names, const std::string& folder,
+std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewItems& view, const std::string& folder,
                                      const std::vector<std::string>& items) {
-    const ShownNames entries(folder);
+    std::int32_t lastCount = -1;
+    std::vector<std::int32_t> found;
     while (true) {
-        auto found = entries.indices(names(), items);
+        const auto count = view.count();
+        if (count != lastCount) {
+            const ShownNames entries(folder);
+            for (const auto& order : entries.possibleOrders())
+                if (auto guessed = guessedPositions(view, count, entries, order, items))
+                    return *guessed;
+            std::vector<std::int32_t> all(static_cast<std::size_t>(std::max(count, 0)));
+            std::iota(all.begin(), all.end(), 0);
+            found = entries.indices(view.names(all), items);
+            lastCount = count;
+        }
         if (found.size() >= items.size() || std::chrono::steady_clock::now() + kPause >= reader.deadline())
             return found;
         std::this_thread::sleep_for(kPause);

@@ -26,11 +26,17 @@ namespace torvo {
 [[nodiscard]] std::optional<std::size_t>
 itemWithShortcut(const AccessibleReader& reader, const std::vector<AccessibleObject>& items, std::string_view shortcut);
 
-/// A view's item names, and the waiting until the items that are to be selected are among them.
-/// `names`: reads the names of all the items, in the view's order. Returns the positions of those that are there at
-/// the end, which is when all are, or when the view has had a fair time.
-[[nodiscard]] std::vector<std::int32_t> awaitItems(const AccessibleReader& reader,
-                                                   const std::function<std::vector<std::string>()>& names,
+/// The items of a view, by their positions.
+struct ViewItems {
+    std::function<std::int32_t()> count;
+    /// The names at these positions.
+    std::function<std::vector<std::string>(const std::vector<std::int32_t>& positions)> names;
+};
+
+/// Waits until the view shows these items of its folder, and returns their positions, ascending; of what it does not
+/// show by the deadline, those that it does. Where a view is sorted by name, only the items that are asked for are
+/// looked at; reading ten thousand names takes seconds.
+[[nodiscard]] std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewItems& view,
                                                    const std::string& folder, const std::vector<std::string>& items);
 
 } // namespace torvo
