@@ -248,23 +248,6 @@ std::vector<AccessibleObject> AccessibleReader::selectedChildren(const Accessibl
     return references(calls);
 }
 
-std::vector<std::int32_t> AccessibleReader::selectedPositions(const AccessibleObject& object,
-                                                              std::int32_t count) const {
-    std::vector<Call> calls;
-    for (std::int32_t i = 0; i < count; ++i)
-        calls.push_back({.object = object,
-                         .interface = kSelection,
-                         .member = "IsChildSelected",
-                         .arguments = g_variant_new("(i)", i),
-                         .answer = "(b)"});
-    std::vector<std::int32_t> positions;
-    const auto answers = m_bus.callAll(calls, m_deadline);
-    for (std::int32_t i = 0; i < count; ++i)
-        if (isTrue(answers[static_cast<std::size_t>(i)]))
-            positions.push_back(i);
-    return positions;
-}
-
 bool AccessibleReader::clearSelection(const AccessibleObject& object) const {
     return allTrue({{.object = object, .interface = kSelection, .member = "ClearSelection", .answer = "(b)"}});
 }

@@ -94,8 +94,6 @@ class AccessibleReader {
     [[nodiscard]] std::int32_t selectedCount(const AccessibleObject& object) const;
     [[nodiscard]] std::vector<AccessibleObject> selectedChildren(const AccessibleObject& object,
                                                                  std::int32_t count) const;
-    /// Which of the first `count` children are selected.
-    [[nodiscard]] std::vector<std::int32_t> selectedPositions(const AccessibleObject& object, std::int32_t count) const;
     bool clearSelection(const AccessibleObject& object) const;
     bool selectChildren(const AccessibleObject& object, const std::vector<std::int32_t>& indices) const;
 

@@ -14,9 +14,8 @@ namespace {
 constexpr const char* kBusName = "org.gnome.Nautilus";
 /// More names than that are told from the view's order.
 constexpr std::int32_t kFewItems = 200;
-/// Which items are looked at for the view's order: so many from the first on, and so many all over.
-constexpr std::int32_t kFirstLooks = 40;
-constexpr std::int32_t kSpreadLooks = 100;
+/// So many items are looked at to tell how the view is sorted.
+constexpr std::int32_t kLooks = 200;
 constexpr auto kPause = std::chrono::milliseconds(40);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
@@ -76,25 +75,20 @@ std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& rea
     return m_view;
 }
 
-std::vector<std::string> NautilusWindow::names(const AccessibleReader& reader, const AccessibleObject& view,
-                                               const std::vector<std::int32_t>& positions) {
-    return reader.names(reader.childrenAt(reader.childrenAt(view, positions), 0));
-}
-
 std::optional<std::vector<std::string>> NautilusWindow::order(const AccessibleReader& reader,
                                                               const AccessibleObject& view, const ShownNames& entries) {
-    const auto count = reader.childCount(view);
-    std::vector<std::int32_t> looked;
-    for (std::int32_t position = 0; position < count; position += position < kFirstLooks ? 1 : count / kSpreadLooks + 1)
-        looked.push_back(position);
-    const auto seen = names(reader, view, looked);
-    if (std::ranges::all_of(seen, &std::string::empty))
+    std::vector<std::int32_t> looked(static_cast<std::size_t>(std::clamp(reader.childCount(view), 0, kLooks)));
+    std::iota(looked.begin(), looked.end(), 0);
+    const auto seen = reader.names(reader.childrenAt(reader.childrenAt(view, looked), 0));
+    if (seen.empty())
         return std::nullopt;
     for (auto& order : entries.possibleOrders()) {
-        const bool agrees = order.size() == static_cast<std::size_t>(std::max(count, 0)) &&
-                            std::ranges::equal(looked, seen, [&](std::int32_t position, const std::string& name) {
-                                return name.empty() || name == order[static_cast<std::size_t>(position)];
-                            });
+        // What is made is a piece of the whole, perhaps with a few others before or after it.
+        auto next = order.begin();
+        const bool agrees = std::ranges::all_of(seen, [&](const std::string& name) {
+            next = std::find(next, order.end(), name);
+            return next != order.end();
+        });
         if (agrees)
             return std::move(order);
     }
@@ -114,15 +108,12 @@ std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
         if (const auto paths = entries.paths(selected))
             return *paths;
     }
+    // Items that are not on the screen are counted, but not made: nothing tells which of them are selected, unless all
+    // are.
     const auto all = order(reader, *items, entries);
-    if (!all)
+    if (!all || static_cast<std::size_t>(count) != all->size())
         return {};
-    if (static_cast<std::size_t>(count) == all->size())
-        return entries.paths(*all).value_or(std::vector<std::string>());
-    std::vector<std::string> selected;
-    for (const auto position : reader.selectedPositions(*items, static_cast<std::int32_t>(all->size())))
-        selected.push_back((*all)[static_cast<std::size_t>(position)]);
-    return entries.paths(selected).value_or(std::vector<std::string>());
+    return entries.paths(*all).value_or(std::vector<std::string>());
 }
 
 void NautilusWindow::select(const std::vector<std::string>& items, Deadline deadline) {
@@ -137,9 +128,10 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
         if (const auto all = order(reader, *list, entries)) {
             positions = entries.indices(*all, items);
         } else {
+            // Sorted in another way: where everything is made, the positions are those of the children.
             std::vector<std::int32_t> every(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
             std::iota(every.begin(), every.end(), 0);
-            positions = entries.indices(names(reader, *list, every), items);
+            positions = entries.indices(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), items);
         }
         if (reader.isOver())
             break;

@@ -17,10 +17,7 @@ class NautilusWindow final : public FileManagerWindow {
 
   private:
     [[nodiscard]] std::optional<AccessibleObject> view(const AccessibleReader& reader);
-    /// The names at these positions; empty for items that are not on the screen, which the view does not make.
-    [[nodiscard]] std::vector<std::string> names(const AccessibleReader& reader, const AccessibleObject& view,
-                                                 const std::vector<std::int32_t>& positions);
-    /// The names of all the items, also of those that are not made, in the order of a view that is sorted by name;
+    /// The names of all the items in the order of a view that is sorted by name;
     /// absent when this view is sorted in another way.
     [[nodiscard]] std::optional<std::vector<std::string>>
     order(const AccessibleReader& reader, const AccessibleObject& view, const ShownNames& entries);
