@@ -58,7 +58,8 @@ class ClipboardKeeper::Owner {
 
     ~Owner() {
         stop();
-        xcb_disconnect(m_connection);
+        if (m_connection != nullptr)
+            xcb_disconnect(m_connection);
     }
     Owner(const Owner&) = delete;
     Owner& operator=(const Owner&) = delete;
@@ -68,7 +69,14 @@ class ClipboardKeeper::Owner {
         if (!m_thread.joinable())
             return;
         stop();
-        if (m_isOver || ::fork() != 0)
+        if (m_isOver)
+            return;
+        const auto child = ::fork();
+        if (child > 0) {
+            // Ending the connection properly would end it for the child as well.
+            ::close(xcb_get_file_descriptor(std::exchange(m_connection, nullptr)));
+        }
+        if (child != 0)
             return;
         ::setsid();
         ::close(STDIN_FILENO);

@@ -10,7 +10,7 @@ namespace torvo {
 namespace {
 
 /// A program that has something to copy takes the clipboard sooner than that.
-constexpr auto kTakeTime = std::chrono::milliseconds(600);
+constexpr auto kTakeTime = std::chrono::milliseconds(250);
 /// How long the one whose content is on the clipboard may take to hand it over.
 constexpr auto kSaveTime = std::chrono::milliseconds(500);
 
