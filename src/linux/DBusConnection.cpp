@@ -41,13 +41,14 @@ DBusConnection::~DBusConnection() {
 
 std::expected<GLibPointer<GVariant>, std::string> DBusConnection::call(const DBusMethod& method, GVariant* arguments,
                                                                        const char* answer,
-                                                                       std::chrono::milliseconds patience) const {
+                                                                       std::chrono::milliseconds patience,
+                                                                       GCancellable* cancellable) const {
     GError* error = nullptr;
     const auto* type = answer == nullptr ? nullptr : G_VARIANT_TYPE(answer);
     GLibPointer<GVariant> reply(
         g_dbus_connection_call_sync(m_connection.get(), method.destination.c_str(), method.path.c_str(),
                                     method.interface.c_str(), method.member.c_str(), arguments, type,
-                                    G_DBUS_CALL_FLAGS_NONE, static_cast<int>(patience.count()), nullptr, &error));
+                                    G_DBUS_CALL_FLAGS_NONE, static_cast<int>(patience.count()), cancellable, &error));
     if (reply == nullptr)
         return std::unexpected(textOf(error));
     return reply;

@@ -30,9 +30,15 @@ class DBusConnection {
     DBusConnection& operator=(const DBusConnection&) = delete;
 
     /// Calls a method and waits for its answer, a tuple of the type `answer` ("(s)"; null: any), at most for the given
-    /// time. `arguments`: a floating tuple, or null for none. The error is the bus's text.
-    [[nodiscard]] std::expected<GLibPointer<GVariant>, std::string>
-    call(const DBusMethod& method, GVariant* arguments, const char* answer, std::chrono::milliseconds patience) const;
+    /// time, and no longer than until another thread cancels it. `arguments`: a floating tuple, or null for none. The
+    /// error is the bus's text.
+    [[nodiscard]] std::expected<GLibPointer<GVariant>, std::string> call(const DBusMethod& method, GVariant* arguments,
+                                                                         const char* answer,
+                                                                         std::chrono::milliseconds patience,
+                                                                         GCancellable* cancellable = nullptr) const;
+
+    /// Whether the bus has gone away, or ended the connection.
+    [[nodiscard]] bool isClosed() const { return g_dbus_connection_is_closed(m_connection.get()) != FALSE; }
 
     [[nodiscard]] GDBusConnection* get() const { return m_connection.get(); }
 

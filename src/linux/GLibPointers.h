@@ -13,6 +13,8 @@ struct GLibRelease {
     void operator()(GDBusNodeInfo* info) const { g_dbus_node_info_unref(info); }
     void operator()(GMainContext* context) const { g_main_context_unref(context); }
     void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
+    void operator()(GSource* source) const { g_source_unref(source); }
+    void operator()(GKeyFile* file) const { g_key_file_unref(file); }
     void operator()(char* text) const { g_free(text); }
     template <typename Object>
     void operator()(Object* object) const {
