@@ -23,5 +23,9 @@ ExitStatus runCommand(const std::vector<std::string>& arguments);
 ExitStatus planCommand(const std::vector<std::string>& arguments);
 ExitStatus settingsCommand(const std::vector<std::string>& arguments);
 ExitStatus rulesCommand(const std::vector<std::string>& arguments);
+/// These reach the bar that runs in the session.
+ExitStatus toggleCommand(const std::vector<std::string>& arguments);
+ExitStatus dropCommand(const std::vector<std::string>& arguments);
+ExitStatus prefillCommand(const std::vector<std::string>& arguments);
 
 } // namespace torvo

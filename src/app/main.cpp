@@ -17,6 +17,7 @@ usage: torvo run [--allow-destructive] [--json] COMMAND [FILE...]
        torvo plan [--json] COMMAND [FILE...]
        torvo settings [KEY [VALUE]] | --unset KEY
        torvo rules [add TRIGGER EXPANSION | remove ID]
+       torvo toggle | drop FILE... | prefill TEXT
        torvo --help | --version
 
 Commands understood at once:
@@ -32,6 +33,11 @@ Examples:
   torvo run "select images" ~/Pictures/*
   torvo plan "rename these 001, 002" *.txt
   find . -name '*.png' -print0 | torvo run --files-from - -0 zip
+
+The bar that runs on your desktop is reached with these:
+  torvo toggle                                           show it, or hide it
+  torvo drop FILE...                                     hand files to it
+  torvo prefill TEXT                                     show it with a text
 
 What was done is printed first, then the files that came of it, one a line.
 Exit status: 0 done or nothing to do, 1 failed, 2 bad usage, 3 a destructive
@@ -55,6 +61,12 @@ torvo::ExitStatus dispatch(const std::vector<std::string>& arguments) {
         return torvo::settingsCommand(rest);
     if (name == "rules")
         return torvo::rulesCommand(rest);
+    if (name == "toggle")
+        return torvo::toggleCommand(rest);
+    if (name == "drop")
+        return torvo::dropCommand(rest);
+    if (name == "prefill")
+        return torvo::prefillCommand(rest);
     if (name == "--help" || name == "-h" || name == "help") {
         fmt::print("{}", kHelp);
         return ExitStatus::done;

@@ -1,0 +1,73 @@
+#include "app/Arguments.h"
+#include "app/FileArguments.h"
+#include "app/Terminal.h"
+#include "linux/RemoteControl.h"
+#include "support/Text.h"
+
+#include <fmt/format.h>
+
+namespace torvo {
+
+namespace {
+
+ExitStatus report(const RemoteBar::Result& result) {
+    if (result)
+        return ExitStatus::done;
+    printError(result.error().isNotRunning
+                   ? "Torvo is not running; start it with torvo-bar"
+                   : fmt::format("the running Torvo does not answer: {}", result.error().description));
+    return ExitStatus::failed;
+}
+
+} // namespace
+
+ExitStatus toggleCommand(const std::vector<std::string>& arguments) {
+    CLI::App app("Shows the bar, or hides it: the command to bind to a shortcut in the desktop's own settings.",
+                 "torvo toggle");
+    if (const auto status = parse(app, arguments))
+        return *status;
+    return report(RemoteBar::toggle());
+}
+
+ExitStatus dropCommand(const std::vector<std::string>& arguments) {
+    std::vector<std::string> paths;
+    std::string listName;
+    bool isNulSeparated = false;
+    CLI::App app("Hands files to the bar, as if they were dropped on it.", "torvo drop");
+    app.add_option("FILE", paths, "The files")->option_text(" ");
+    auto* list =
+        app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
+    list->option_text("LIST");
+    app.add_flag("-0,--null", isNulSeparated, "The list's names end in a NUL byte, as find -print0 writes them")
+        ->needs(list)
+        ->option_text(" ");
+    if (const auto status = parse(app, arguments))
+        return *status;
+    const auto files = filesFromArguments(paths, listName, isNulSeparated ? '\0' : '\n');
+    if (!files || files->empty()) {
+        printError(files ? "which files? See torvo drop --help" : files.error());
+        return ExitStatus::badUsage;
+    }
+    for (const auto& file : *files) {
+        if (!file.isOccupied()) {
+            printError(fmt::format("there is no {}", file.path()));
+            return ExitStatus::badUsage;
+        }
+    }
+    return report(RemoteBar::drop(*files));
+}
+
+ExitStatus prefillCommand(const std::vector<std::string>& arguments) {
+    std::string text;
+    CLI::App app("Shows the bar with a text in it, which waits to be entered.", "torvo prefill");
+    app.add_option("TEXT", text, "What to type")->required()->option_text(" ");
+    if (const auto status = parse(app, arguments))
+        return *status;
+    if (printable(text) != text) {
+        printError("the text must be UTF-8");
+        return ExitStatus::badUsage;
+    }
+    return report(RemoteBar::prefill(text));
+}
+
+} // namespace torvo

@@ -1,0 +1,101 @@
+// The real program and the bar's end of the remote control, on a real bus.
+#include "linux/RemoteControl.h"
+#include "tests/support/ManualDispatcher.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/Program.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace torvo {
+namespace {
+
+using ::testing::HasSubstr;
+using Arguments = std::vector<std::string>;
+
+class RemoteCommandTest : public ::testing::Test {
+  protected:
+    [[nodiscard]] testing::Ran torvo(const Arguments& arguments, const std::string& input = "") const {
+        return testing::run(
+            arguments,
+            {.program = TORVO_BIN_DIR "/torvo", .folder = work.path(), .input = home.file("input", input).path()});
+    }
+
+    testing::PrivateBus bus;
+    testing::TemporaryFolder work;
+    testing::TemporaryFolder home;
+    testing::ManualDispatcher dispatcher;
+    std::vector<std::string> done;
+    RemoteControlActions actions{.toggle = [this] { done.emplace_back("toggle"); },
+                                 .drop =
+                                     [this](const std::vector<FileURL>& files) {
+                                         for (const auto& file : files)
+                                             done.push_back(file.path());
+                                     },
+                                 .prefill = [this](const std::string& text) { done.push_back(text); },
+                                 .openURLs = [](const auto&) {}};
+};
+
+TEST_F(RemoteCommandTest, ReachesTheRunningBar) {
+    const auto first = work.file("a b.png").path();
+    const auto second = work.file("\xFF\n.png").path();
+    const auto control = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(control.has_value());
+    struct Row {
+        Arguments arguments;
+        std::string input;
+        std::vector<std::string> done;
+    };
+    const Row rows[] = {
+        {{"toggle"}, "", {"toggle"}},
+        {{"drop", "a b.png", second}, "", {first, second}},
+        {{"drop", "./x/../a b.png", "--files-from", "-", "-0"}, "\xFF\n.png", {first, second}},
+        {{"prefill", "rename “these”"}, "", {"rename “these”"}},
+        {{"prefill", "[jpg]"}, "", {"[jpg]"}},
+        {{"prefill", ""}, "", {""}},
+    };
+    (void)work.folder("x");
+    for (const auto& row : rows) {
+        const auto ran = torvo(row.arguments, row.input);
+        EXPECT_EQ(ran.status, 0) << ran.errors;
+        EXPECT_EQ(ran.output + ran.errors, "");
+        done.clear();
+        dispatcher.runPending();
+        EXPECT_EQ(done, row.done) << row.arguments.front();
+    }
+}
+
+TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
+    (void)work.file("a.png");
+    struct Row {
+        Arguments arguments;
+        int status;
+        const char* error;
+    };
+    const Row rows[] = {
+        {{"toggle"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
+        {{"drop", "a.png"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
+        {{"prefill", "jpg"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
+        {{"drop"}, 2, "torvo: which files? See torvo drop --help\n"},
+        {{"drop", ""}, 2, "torvo: “” names no file\n"},
+        {{"drop", "/missing\x1B.png"}, 2, "torvo: there is no /missing\uFFFD.png\n"},
+        {{"prefill", "\xFF"}, 2, "torvo: the text must be UTF-8\n"},
+    };
+    const auto check = [&](const Row& row) {
+        const auto ran = torvo(row.arguments);
+        EXPECT_EQ(ran.status, row.status);
+        EXPECT_EQ(ran.output, "");
+        EXPECT_EQ(ran.errors, row.error);
+    };
+    for (const auto& row : rows)
+        check(row);
+    EXPECT_EQ(torvo({"toggle", "x"}).status, 2);
+    EXPECT_EQ(torvo({"prefill"}).status, 2);
+    EXPECT_THAT(torvo({"drop", "--help"}).output, HasSubstr("torvo drop [OPTIONS]"));
+    const testing::ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    check(rows[0]);
+}
+
+} // namespace
+} // namespace torvo
