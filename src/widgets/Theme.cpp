@@ -14,9 +14,9 @@ QColor toneColor(Tone tone, const QPalette& palette) {
     case Tone::primary:
         return palette.color(QPalette::WindowText);
     case Tone::secondary:
-        return dark ? QColor(0xB4, 0xB4, 0xBA) : QColor(0x55, 0x55, 0x5C);
+        return dark ? QColor(0xBC, 0xBC, 0xC2) : QColor(0x4A, 0x4A, 0x52);
     case Tone::tertiary:
-        return dark ? QColor(0x9A, 0x9A, 0xA2) : QColor(0x66, 0x66, 0x6E);
+        return dark ? QColor(0xA6, 0xA6, 0xAE) : QColor(0x5C, 0x5C, 0x64);
     case Tone::accent:
         return dark ? QColor(0x5A, 0xA6, 0xFF) : QColor(0x00, 0x5F, 0xCC);
     case Tone::success:
@@ -27,6 +27,11 @@ QColor toneColor(Tone tone, const QPalette& palette) {
         return dark ? QColor(0xFF, 0x7B, 0x72) : QColor(0xC4, 0x1E, 0x1E);
     }
     return palette.color(QPalette::WindowText);
+}
+
+QColor faded(QColor color, double opacity) {
+    color.setAlphaF(static_cast<float>(color.alphaF() * opacity));
+    return color;
 }
 
 QFont systemFont(int size) {

@@ -15,6 +15,9 @@ enum class Tone { primary, secondary, tertiary, accent, success, warning, failur
 
 [[nodiscard]] QColor toneColor(Tone tone, const QPalette& palette);
 
+/// The colour at a share (0 to 1) of its opacity.
+[[nodiscard]] QColor faded(QColor color, double opacity);
+
 /// The text styles of the windows.
 enum class TextStyle { title2, title3, headline, subheadline, body, caption, caption2 };
 

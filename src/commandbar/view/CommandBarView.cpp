@@ -1,0 +1,167 @@
+#include "commandbar/view/CommandBarView.h"
+
+#include "commandbar/view/BarPresentation.h"
+#include "commandbar/view/CompactBody.h"
+#include "commandbar/view/FullBody.h"
+
+#include <QApplication>
+#include <QDropEvent>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QPaintEvent>
+#include <QVBoxLayout>
+
+namespace torvo {
+
+namespace {
+
+constexpr int kSidePadding = 14;
+constexpr int kEndPadding = 12;
+
+/// Brings the layouts of what is shown up to date, innermost first: by itself, each would wait for its turn of the main
+/// loop before it told the next one.
+void settleLayouts(QWidget& widget) {
+    for (auto* child : widget.children()) {
+        if (child->isWidgetType() && !static_cast<QWidget*>(child)->isHidden())
+            settleLayouts(*static_cast<QWidget*>(child));
+    }
+    if (auto* layout = widget.layout()) {
+        layout->invalidate();
+        layout->activate();
+    }
+}
+
+} // namespace
+
+CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, Panel& panel, Backdrop backdrop,
+                               QWidget* parent)
+    : QWidget(parent), m_service(service), m_hotKey(hotKey), m_panel(panel), m_backdrop(backdrop),
+      m_full(new FullBody(service, panel, this)), m_compact(new CompactBody(
+                                                      [this] {
+                                                          if (m_panel.isVisible())
+                                                              m_panel.makeKey();
+                                                          else
+                                                              m_service.openExpanded();
+                                                      },
+                                                      this)) {
+    setAcceptDrops(true);
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAccessibleName(QStringLiteral("Torvo command bar"));
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(kBarMargin + kSidePadding, kBarMargin + kEndPadding, kBarMargin + kSidePadding,
+                               kBarMargin + kEndPadding);
+    column->setSpacing(0);
+    column->addWidget(m_full);
+    column->addWidget(m_compact);
+    column->setSizeConstraint(QLayout::SetNoConstraint);
+    m_compact->showShortcut(m_hotKey.configuration().displayName());
+    m_stateChanges = m_service.observe([this] { present(m_service.state()); });
+    m_shortcutChanges =
+        m_hotKey.observe([this] { m_compact->showShortcut(m_hotKey.configuration().displayName()); });
+    present(m_service.state());
+}
+
+CommandBarView::~CommandBarView() = default;
+
+void CommandBarView::present(const CommandBarState& state) {
+    m_full->present(state);
+    m_compact->present(state);
+    // The one that goes makes room for the one that comes.
+    (state.isKeyWindow ? static_cast<QWidget*>(m_compact) : m_full)->hide();
+    (state.isKeyWindow ? static_cast<QWidget*>(m_full) : m_compact)->setVisible(true);
+    fitPanel();
+}
+
+void CommandBarView::setBackdrop(Backdrop backdrop) {
+    m_backdrop = backdrop;
+    applyMask();
+    update();
+}
+
+int CommandBarView::contentHeight() {
+    settleLayouts(*this);
+    return layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->totalSizeHint().height();
+}
+
+void CommandBarView::fitPanel() {
+    // Also while it is hidden: it may be shown before the next change.
+    const auto height = contentHeight();
+    if (const auto frame = fittedFrame(height, m_panel.frame(), m_panel.isVisible()))
+        m_panel.setFrame(*frame);
+}
+
+void CommandBarView::applyMask() {
+    if (m_backdrop == Backdrop::opaque)
+        window()->setMask(barMask(rect()).translated(mapTo(window(), QPoint())));
+    else if (!window()->mask().isEmpty())
+        window()->clearMask();
+}
+
+bool CommandBarView::event(QEvent* event) {
+    const bool isHandled = QWidget::event(event);
+    if (event->type() == QEvent::LayoutRequest)
+        fitPanel();
+    return isHandled;
+}
+
+void CommandBarView::paintEvent(QPaintEvent* event) {
+    QPainter painter(this);
+    drawBarBackground(painter, rect(), event->rect(), palette(), m_backdrop, m_dropTarget);
+}
+
+void CommandBarView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    applyMask();
+    if (event->size().width() != event->oldSize().width())
+        fitPanel();
+}
+
+void CommandBarView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    applyMask();
+    fitPanel();
+}
+
+void CommandBarView::keyPressEvent(QKeyEvent* event) {
+    // Keys that the focused part of the bar has no use for.
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        if (!event->isAutoRepeat())
+            m_service.cancel();
+        return;
+    }
+    const auto text = event->text();
+    if (m_service.state().isKeyWindow && !text.isEmpty() && text.front().isPrint() && !m_full->field().hasFocus()) {
+        m_full->field().setFocus(Qt::OtherFocusReason);
+        QApplication::sendEvent(&m_full->field(), event);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void CommandBarView::setDropTarget(DropTarget target) {
+    m_dropTarget = target;
+    update();
+}
+
+void CommandBarView::dragEnterEvent(QDragEnterEvent* event) {
+    if (!event->mimeData()->hasUrls())
+        return;
+    event->acceptProposedAction();
+    setDropTarget(DropTarget::yes);
+}
+
+void CommandBarView::dragLeaveEvent(QDragLeaveEvent*) {
+    setDropTarget(DropTarget::no);
+}
+
+void CommandBarView::dropEvent(QDropEvent* event) {
+    setDropTarget(DropTarget::no);
+    // The list as it was sent: a name that is not UTF-8 would not survive as a text.
+    const auto list = event->mimeData()->data(QStringLiteral("text/uri-list"));
+    // The files stay where they are.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    m_service.handleDrop(droppedFiles(list.toStdString()));
+}
+
+} // namespace torvo

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "commandbar/CommandBarService.h"
+#include "commandbar/view/BarBackground.h"
+#include "desktop/HotKeyCoordinator.h"
+#include "platform/Panel.h"
+#include "support/Observable.h"
+
+#include <QWidget>
+
+namespace torvo {
+
+class CompactBody;
+class FullBody;
+
+/// What the user sees and touches of the command bar: it shows the controller's state, calls its operations, and keeps
+/// the panel as high as its content. It fills the panel's window.
+class CommandBarView final : public QWidget {
+  public:
+    /// `panel`: the window that holds the view. All must outlive the view.
+    CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, Panel& panel, Backdrop backdrop,
+                   QWidget* parent = nullptr);
+    ~CommandBarView() override;
+    CommandBarView(const CommandBarView&) = delete;
+    CommandBarView& operator=(const CommandBarView&) = delete;
+
+    /// Shows a state: called with the controller's after each of its changes.
+    void present(const CommandBarState& state);
+    /// Follows a compositor that came or went.
+    void setBackdrop(Backdrop backdrop);
+
+    /// The height that the content needs at the present width, the margin included.
+    [[nodiscard]] int contentHeight();
+    /// The panel decides on the size.
+    [[nodiscard]] QSize minimumSizeHint() const override { return {}; }
+
+    /// Whether files are being dragged over the bar.
+    [[nodiscard]] bool isDropTargeted() const { return m_dropTarget == DropTarget::yes; }
+
+  protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+  private:
+    void setDropTarget(DropTarget target);
+    void fitPanel();
+    void applyMask();
+
+    CommandBarService& m_service;
+    HotKeyCoordinator& m_hotKey;
+    Panel& m_panel;
+    Backdrop m_backdrop;
+    DropTarget m_dropTarget = DropTarget::no;
+    FullBody* m_full;
+    CompactBody* m_compact;
+    Subscription m_stateChanges;
+    Subscription m_shortcutChanges;
+};
+
+} // namespace torvo

@@ -1,0 +1,108 @@
+#include "commandbar/view/StatusText.h"
+
+#include "commandbar/view/BarPresentation.h"
+#include "widgets/ShownText.h"
+
+#include <QAccessible>
+#include <QAccessibleWidget>
+#include <QTextDocument>
+#include <algorithm>
+#include <cmath>
+
+namespace torvo {
+
+namespace {
+
+constexpr int kFontSize = 11;
+/// So that the buttons below stay on the screen, however long a command is.
+constexpr int kGreatestHeight = 168;
+
+/// To assistive technology it is a status line whose name is what it says, not a document to edit.
+class AccessibleStatus final : public QAccessibleWidget {
+  public:
+    explicit AccessibleStatus(StatusText* status) : QAccessibleWidget(status, QAccessible::StatusBar) {}
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override {
+        if (kind == QAccessible::Name)
+            return static_cast<StatusText*>(object())->toPlainText();
+        return QAccessibleWidget::text(kind);
+    }
+    [[nodiscard]] int childCount() const override { return 0; }
+};
+
+QAccessibleInterface* accessibleStatus(const QString&, QObject* object) {
+    auto* status = dynamic_cast<StatusText*>(object);
+    return status != nullptr ? new AccessibleStatus(status) : nullptr;
+}
+
+} // namespace
+
+StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
+    static const bool isInstalled = (QAccessible::installFactory(accessibleStatus), true);
+    (void)isInstalled;
+    setFrameShape(QFrame::NoFrame);
+    setAcceptRichText(false);
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse);
+    setFocusPolicy(Qt::ClickFocus);
+    setAcceptDrops(false);
+    viewport()->setAcceptDrops(false);
+    setUndoRedoEnabled(false);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    document()->setDocumentMargin(0);
+    viewport()->setAutoFillBackground(false);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    setFont(systemFont(kFontSize));
+    applyColors();
+}
+
+void StatusText::present(const std::string& text, Tone tone) {
+    if (tone != m_tone) {
+        m_tone = tone;
+        applyColors();
+    }
+    if (m_text == text)
+        return;
+    m_text = text;
+    setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
+    setPlainText(shownLines(text));
+    updateGeometry();
+    if (QAccessible::isActive()) {
+        for (const auto kind : {QAccessible::NameChanged, QAccessible::Alert}) {
+            QAccessibleEvent event(this, kind);
+            QAccessible::updateAccessibility(&event);
+        }
+    }
+}
+
+int StatusText::heightForWidth(int width) const {
+    document()->setTextWidth(std::max(width, 1));
+    return std::min(static_cast<int>(std::ceil(document()->size().height())), kGreatestHeight);
+}
+
+QSize StatusText::sizeHint() const {
+    return {200, heightForWidth(width())};
+}
+
+QSize StatusText::minimumSizeHint() const {
+    return {40, fontMetrics().height()};
+}
+
+void StatusText::changeEvent(QEvent* event) {
+    QTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        applyColors();
+}
+
+void StatusText::applyColors() {
+    auto colors = palette();
+    colors.setColor(QPalette::Base, Qt::transparent);
+    colors.setColor(QPalette::Text, toneColor(m_tone, colors));
+    if (colors != palette())
+        setPalette(colors);
+}
+
+} // namespace torvo

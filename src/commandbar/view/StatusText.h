@@ -1,0 +1,35 @@
+#pragma once
+
+#include "widgets/Theme.h"
+
+#include <QTextEdit>
+#include <optional>
+#include <string>
+
+namespace torvo {
+
+/// The bar's status: plain text that wraps, can be selected and copied, and is announced when it changes. As high as
+/// its text; a very long one scrolls.
+class StatusText final : public QTextEdit {
+  public:
+    explicit StatusText(QWidget* parent = nullptr);
+
+    /// Command lines are set in a fixed-width font.
+    void present(const std::string& text, Tone tone);
+
+    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+  protected:
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void applyColors();
+
+    std::optional<std::string> m_text;
+    Tone m_tone = Tone::secondary;
+};
+
+} // namespace torvo

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+#include <string_view>
+
+namespace torvo {
+
+/// A name or a label as one line that is safe to show: bytes that are not UTF-8, control characters, line breaks and
+/// characters that turn the direction of writing are shown as U+FFFD.
+[[nodiscard]] QString shownLine(std::string_view bytes);
+
+/// The same for a text of several lines: its line feeds stay, and a tab is four spaces.
+[[nodiscard]] QString shownLines(std::string_view bytes);
+
+/// A tool tip that shows the text as it is, never as markup, wrapped where it is long.
+[[nodiscard]] QString plainToolTip(const QString& text);
+
+} // namespace torvo
