@@ -55,8 +55,8 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setFont(font());
     painter.setPen(toneColor(m_tone, palette()));
-    const auto alignment = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft) | Qt::AlignVCenter;
-    painter.drawText(contentsRect(), static_cast<int>(alignment) | Qt::TextSingleLine, visibleText());
+    const auto place = QStyle::visualAlignment(layoutDirection(), alignment());
+    painter.drawText(contentsRect(), static_cast<int>(place) | Qt::TextSingleLine, visibleText());
 }
 
 } // namespace torvo

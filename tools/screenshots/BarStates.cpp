@@ -115,7 +115,7 @@ std::vector<BarPicture> barPictures() {
                                    {}},
                                   {{"/a/" + longName, "/a/" + longName + ".bak"},
                                    {"/a/صورة.jpg", "/a/صورة العطلة.jpg"},
-                                   {"/a/line\nbreak \x1b[31m.txt", "/a/<b>bold</b> & co.txt"},
+                                   {"/a/line\nbreak \x1b[31m.txt", "/a/<b>bold & co.txt"},
                                    {"/a/only.txt", std::nullopt}}),
         420);
     std::string endless = "Run a long script\n$ ";

@@ -81,6 +81,8 @@ int main(int count, char** arguments) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     const QApplication application(count, arguments);
     QApplication::setStyle("Fusion");
+    // A caret that blinks would be in some pictures and not in others.
+    QApplication::setCursorFlashTime(0);
     const QDir folder(QString::fromLocal8Bit(arguments[1]));
     if (!folder.mkpath(".") || !torvo::screenshots::drawBar(folder)) {
         std::fprintf(stderr, "torvo-screenshots: cannot write to %s\n", arguments[1]);

@@ -28,8 +28,7 @@ CompactBody::CompactBody(std::function<void()> open, QWidget* parent)
     row->setSpacing(kSpacing);
     row->addWidget(m_icon);
     row->addWidget(m_status);
-    row->addSpacing(kLeastGap);
-    row->addStretch(1);
+    row->addItem(new QSpacerItem(kLeastGap, 0, QSizePolicy::Expanding));
     row->addWidget(m_shortcut);
     QObject::connect(this, &QAbstractButton::clicked, this, std::move(open));
 }

@@ -18,6 +18,7 @@ std::unique_ptr<QMimeData> fileMimeData(const FileURL& file) {
 
 ResultPill::ResultPill(QWidget* parent) : ElidedLabel(Tone::primary, 11, Qt::ElideMiddle, parent) {
     setContentsMargins(8, 3, 8, 3);
+    setAlignment(Qt::AlignCenter);
     setCursor(Qt::OpenHandCursor);
     setToolTip(QStringLiteral("Drag to move/copy · created by the last command"));
 }

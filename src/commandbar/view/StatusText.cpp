@@ -2,9 +2,12 @@
 
 #include "commandbar/view/BarPresentation.h"
 #include "widgets/ShownText.h"
+#include "widgets/ThinScrollBar.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QKeyEvent>
+#include <QResizeEvent>
 #include <QTextDocument>
 #include <algorithm>
 #include <cmath>
@@ -50,6 +53,8 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     setUndoRedoEnabled(false);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBar(new ThinScrollBar);
     document()->setDocumentMargin(0);
     viewport()->setAutoFillBackground(false);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -69,6 +74,7 @@ void StatusText::present(const std::string& text, Tone tone) {
     m_text = text;
     setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
     setPlainText(shownLines(text));
+    showScrollBarIfNeeded();
     updateGeometry();
     if (QAccessible::isActive()) {
         for (const auto kind : {QAccessible::NameChanged, QAccessible::Alert}) {
@@ -78,9 +84,23 @@ void StatusText::present(const std::string& text, Tone tone) {
     }
 }
 
-int StatusText::heightForWidth(int width) const {
+double StatusText::wholeHeight(int width) const {
+    // The document stays as wide as it is shown: beside a scroll bar that is less.
+    const double shownWidth = document()->textWidth();
     document()->setTextWidth(std::max(width, 1));
-    return std::min(static_cast<int>(std::ceil(document()->size().height())), kGreatestHeight);
+    const double height = document()->size().height();
+    document()->setTextWidth(shownWidth);
+    return height;
+}
+
+int StatusText::heightForWidth(int width) const {
+    return std::min(static_cast<int>(std::ceil(wholeHeight(width))), kGreatestHeight);
+}
+
+void StatusText::showScrollBarIfNeeded() {
+    // Left to itself, a scroll bar that came while there was little room would narrow the text and so stay.
+    setVerticalScrollBarPolicy(wholeHeight(width()) > kGreatestHeight ? Qt::ScrollBarAlwaysOn
+                                                                      : Qt::ScrollBarAlwaysOff);
 }
 
 QSize StatusText::sizeHint() const {
@@ -89,6 +109,19 @@ QSize StatusText::sizeHint() const {
 
 QSize StatusText::minimumSizeHint() const {
     return {40, fontMetrics().height()};
+}
+
+void StatusText::keyPressEvent(QKeyEvent* event) {
+    if (event == QKeySequence::Copy || event == QKeySequence::SelectAll)
+        QTextEdit::keyPressEvent(event);
+    else
+        event->ignore();
+}
+
+void StatusText::resizeEvent(QResizeEvent* event) {
+    QTextEdit::resizeEvent(event);
+    if (event->size().width() != event->oldSize().width())
+        showScrollBarIfNeeded();
 }
 
 void StatusText::changeEvent(QEvent* event) {

@@ -23,10 +23,16 @@ class StatusText final : public QTextEdit {
     [[nodiscard]] QSize minimumSizeHint() const override;
 
   protected:
+    /// Keys that copy are its own; all others are the bar's.
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
 
   private:
     void applyColors();
+    void showScrollBarIfNeeded();
+    /// Of the text, if it is wrapped at that width.
+    [[nodiscard]] double wholeHeight(int width) const;
 
     std::optional<std::string> m_text;
     Tone m_tone = Tone::secondary;
