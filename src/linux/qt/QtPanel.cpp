@@ -1,0 +1,114 @@
+#include "linux/qt/QtPanel.h"
+
+#include <QEvent>
+#include <QVBoxLayout>
+#include <cmath>
+
+namespace torvo {
+
+namespace {
+
+/// _NET_WM_DESKTOP of a window that is on all of them (Extended Window Manager Hints).
+constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
+
+} // namespace
+
+class QtPanel::Window final : public QWidget {
+  public:
+    Window() : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint) {
+        setAttribute(Qt::WA_ShowWithoutActivating);
+        setAttribute(Qt::WA_TranslucentBackground);
+        setAttribute(Qt::WA_QuitOnClose, false);
+        setWindowTitle("Torvo");
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSizeConstraint(QLayout::SetNoConstraint);
+    }
+
+    std::function<void(bool isKey)> keyChanged;
+
+  protected:
+    void changeEvent(QEvent* event) override {
+        QWidget::changeEvent(event);
+        if (event->type() == QEvent::ActivationChange)
+            tell(isActiveWindow());
+    }
+    void hideEvent(QHideEvent* event) override {
+        QWidget::hideEvent(event);
+        tell(false);
+    }
+
+  private:
+    void tell(bool isKey) {
+        if (std::exchange(m_isKey, isKey) != isKey && keyChanged)
+            keyChanged(isKey);
+    }
+
+    bool m_isKey = false;
+};
+
+QtPanel::QtPanel(X11Connection& connection, Screens& screens)
+    : m_connection(connection), m_screens(screens), m_window(std::make_unique<Window>()) {
+    m_window->setGeometry(0, 0, 600, 90);
+}
+
+QtPanel::~QtPanel() {
+    m_window->keyChanged = {};
+}
+
+double QtPanel::primaryHeight() const {
+    const auto layout = m_screens.layout();
+    return layout.screens.empty() ? 0 : layout.screens.front().frame.height;
+}
+
+QWidget& QtPanel::window() const {
+    return *m_window;
+}
+
+void QtPanel::setContent(QWidget* content) {
+    m_window->layout()->addWidget(content);
+    m_window->setFocusProxy(content);
+}
+
+bool QtPanel::isVisible() const {
+    return m_window->isVisible();
+}
+
+Rect QtPanel::frame() const {
+    const auto geometry = m_window->geometry();
+    return {static_cast<double>(geometry.x()), primaryHeight() - geometry.y() - geometry.height(),
+            static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
+}
+
+void QtPanel::setFrame(const Rect& frame) {
+    const QRect geometry(static_cast<int>(std::lround(frame.x)),
+                         static_cast<int>(std::lround(primaryHeight() - frame.y - frame.height)),
+                         static_cast<int>(std::lround(frame.width)), static_cast<int>(std::lround(frame.height)));
+    if (m_window->geometry() != geometry)
+        m_window->setGeometry(geometry);
+}
+
+void QtPanel::orderFront() {
+    const auto id = static_cast<xcb_window_t>(m_window->winId());
+    m_window->show();
+    m_window->raise();
+    xcb_ewmh_request_change_wm_desktop(m_connection.hints(), m_connection.screenNumber(), id, kAllDesktops,
+                                       XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+    xcb_flush(m_connection.get());
+}
+
+void QtPanel::orderOut() {
+    m_window->hide();
+}
+
+void QtPanel::makeKey() {
+    m_window->activateWindow();
+    // Window managers may refuse the keyboard to a program that the user did not touch last; the shortcut was pressed.
+    m_connection.activate(static_cast<xcb_window_t>(m_window->winId()));
+}
+
+void QtPanel::setKeyChangeAction(std::function<void(bool isKey)> action) {
+    m_window->keyChanged = std::move(action);
+}
+
+} // namespace torvo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "linux/X11Connection.h"
+#include "platform/Panel.h"
+#include "platform/Screens.h"
+
+#include <QWidget>
+
+namespace torvo {
+
+/// The panel as a tool window without a frame, above others and on every virtual desktop. Showing it takes the keyboard
+/// from nobody.
+class QtPanel final : public Panel {
+  public:
+    /// `connection` and `screens` must outlive the object.
+    QtPanel(X11Connection& connection, Screens& screens);
+    ~QtPanel() override;
+    QtPanel(const QtPanel&) = delete;
+    QtPanel& operator=(const QtPanel&) = delete;
+
+    bool isVisible() const override;
+    Rect frame() const override;
+    void setFrame(const Rect& frame) override;
+    void orderFront() override;
+    void orderOut() override;
+    void makeKey() override;
+    void setKeyChangeAction(std::function<void(bool isKey)> action) override;
+
+    /// The window, which fills itself with its one child.
+    [[nodiscard]] QWidget& window() const;
+    /// Puts the content into the window.
+    void setContent(QWidget* content);
+
+  private:
+    class Window;
+
+    [[nodiscard]] double primaryHeight() const;
+
+    X11Connection& m_connection;
+    Screens& m_screens;
+    std::unique_ptr<Window> m_window;
+};
+
+} // namespace torvo
