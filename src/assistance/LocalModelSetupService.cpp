@@ -41,6 +41,10 @@ void LocalModelSetupService::say(std::string status) {
     m_observers.notify();
 }
 
+bool LocalModelSetupService::isOllamaInstalled() const {
+    return executableNamed("ollama", m_platform.toolLocations) || m_platform.ollamaApplication.exists();
+}
+
 void LocalModelSetupService::refresh() {
     if (m_isWorking)
         return;
@@ -80,7 +84,7 @@ void LocalModelSetupService::notListed() {
     m_isWorking = false;
     if (LLMEndpoint::current(m_platform.defaults).baseURL != defaultRoot())
         say("The configured AI endpoint is not reachable.");
-    else if (executableNamed("ollama", m_platform.toolLocations) || m_platform.ollamaApplication.exists())
+    else if (isOllamaInstalled())
         say("Ollama is installed but not running.");
     else
         say("Ollama is not installed.");
@@ -100,7 +104,7 @@ void LocalModelSetupService::installOrSelectRecommendedModel() {
         m_platform.workspace.openApplication(m_platform.ollamaApplication,
                                              [this, onMain = onMainWhileAlive()] { onMain([this] { refresh(); }); });
     else
-        m_platform.workspace.open("https://ollama.com/download");
+        m_platform.workspace.open(kOllamaDownloadPage);
 }
 
 void LocalModelSetupService::download(const std::string& ollama) {

@@ -20,6 +20,9 @@ namespace torvo {
 /// The model that is recommended to everyone.
 constexpr const char* kRecommendedModel = "qwen3:4b";
 
+/// Where Ollama is to be had.
+constexpr const char* kOllamaDownloadPage = "https://ollama.com/download";
+
 /// The model to use: the recommended one, else the one configured, else the first. Absent for an empty list.
 [[nodiscard]] std::optional<std::string> preferredModel(const std::vector<std::string>& models,
                                                         const std::string& configured);
@@ -44,6 +47,8 @@ class LocalModelSetupService {
     /// The sentence for the user.
     [[nodiscard]] const std::string& status() const { return m_status; }
     [[nodiscard]] bool isWorking() const { return m_isWorking; }
+    /// Whether Ollama's program or its application is there. Looks afresh on every call.
+    [[nodiscard]] bool isOllamaInstalled() const;
     Subscription observe(std::function<void()> listener) { return m_observers.add(std::move(listener)); }
 
     /// Starts a check, unless one is under way; returns at once. Where it finds a model, that one is configured.

@@ -1,0 +1,79 @@
+#include "windows/OperationRow.h"
+
+#include "widgets/Buttons.h"
+#include "widgets/DisplayText.h"
+#include "widgets/SectionBox.h"
+#include "widgets/ToneLabel.h"
+
+#include <QDateTime>
+#include <QHBoxLayout>
+#include <cmath>
+
+namespace torvo {
+
+namespace {
+
+constexpr double kReferenceDate = 978'307'200;
+/// Seconds; some three thousand years, on either side of the reference date.
+constexpr double kFarthestDate = 1e11;
+
+constexpr int kPadding = 10;
+constexpr int kTextSpacing = 2;
+constexpr int kButtonSpacing = 8;
+constexpr int kTitleLines = 3;
+
+} // namespace
+
+UndoOffer undoOffer(const Operation& operation) {
+    if (operation.canUndo())
+        return UndoOffer::canUndo;
+    return operation.undone ? UndoOffer::undone : UndoOffer::none;
+}
+
+QString operationCaption(const Operation& operation, const QLocale& locale, const QTimeZone& zone) {
+    QString time;
+    if (std::abs(operation.date) < kFarthestDate) {
+        const auto milliseconds = static_cast<qint64>((operation.date + kReferenceDate) * 1000);
+        time = locale.toString(QDateTime::fromMSecsSinceEpoch(milliseconds, zone).time(), QLocale::ShortFormat);
+    }
+    return displayText(operation.subtitle()) + " · " + time;
+}
+
+OperationRow::OperationRow(const Operation& operation, const Actions& actions) : m_operation(operation.id) {
+    const auto title = displayText(operation.title);
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins({});
+    auto* panel = new FormPanel;
+    outer->addWidget(panel);
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    row->setSpacing(kButtonSpacing);
+
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(kTextSpacing);
+    auto* titleLabel = new ToneLabel(title);
+    titleLabel->setMaximumLines(kTitleLines);
+    texts->addWidget(titleLabel);
+    texts->addWidget(new CaptionLabel(operationCaption(operation, QLocale(), QTimeZone::systemTimeZone())));
+    row->addLayout(texts, 1);
+
+    m_undo = makeSmallButton("Undo");
+    m_undo->setAccessibleDescription(title);
+    connect(m_undo, &QPushButton::clicked, this, [id = m_operation, undo = actions.undo] { undo(id); });
+    row->addWidget(m_undo);
+    m_undone = new CaptionLabel("Undone", Tone::tertiary);
+    m_undone->setMaximumLines(1);
+    row->addWidget(m_undone);
+    auto* rerun = makeSmallButton("Re-run");
+    rerun->setAccessibleDescription(title);
+    connect(rerun, &QPushButton::clicked, this, [id = m_operation, again = actions.rerun] { again(id); });
+    row->addWidget(rerun);
+    setOffer(undoOffer(operation));
+}
+
+void OperationRow::setOffer(UndoOffer offer) {
+    m_undo->setVisible(offer == UndoOffer::canUndo);
+    m_undone->setVisible(offer == UndoOffer::undone);
+}
+
+} // namespace torvo
