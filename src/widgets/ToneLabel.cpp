@@ -113,7 +113,7 @@ void ToneLabel::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(palette().color(foregroundRole()));
     const QRectF area = contentsRect();
     const auto spare = area.height() - layOut(area.width()).size.height();
-    const auto offset = alignment() & Qt::AlignTop ? 0 : std::max(0.0, std::floor(spare / 2));
+    const auto offset = alignment() & Qt::AlignTop ? 0 : std::max(0.0, std::round(spare / 2));
     layOut(area.width(), &painter, area.topLeft() + QPointF(0, offset));
 }
 

@@ -7,6 +7,7 @@
 #include "widgets/ToneLabel.h"
 
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace torvo {
 
@@ -18,6 +19,18 @@ constexpr int kGroupSpacing = 6;
 constexpr int kGroupPadding = 2;
 constexpr int kLabelSize = 12;
 
+/// Columns that suit all groups, so that the groups line up.
+AdaptiveColumns commonColumns(AdaptiveColumns columns) {
+    for (const auto& group : IdeasCatalog::groups()) {
+        for (const auto& idea : group.ideas) {
+            LeadingButton button(displayText(idea.title));
+            button.setFont(systemFont(kLabelSize));
+            columns.minimumWidth = std::max(columns.minimumWidth, button.sizeHint().width());
+        }
+    }
+    return columns;
+}
+
 } // namespace
 
 IdeasGalleryView::IdeasGalleryView(std::function<void(std::string_view input)> onPick, const AdaptiveColumns& columns)
@@ -27,15 +40,16 @@ IdeasGalleryView::IdeasGalleryView(std::function<void(std::string_view input)> o
     column->setSpacing(kItemSpacing);
     auto* heading = new QVBoxLayout;
     heading->setContentsMargins(0, 0, kPadding, 0);
+    heading->setSpacing(kItemSpacing);
     heading->addWidget(new ToneLabel("Ideas", TextStyle::title3));
     heading->addWidget(
         new CaptionLabel("Click one to drop it into the bar — review it and press Enter to run. Most work "
                          "on your current Finder selection."));
-    heading->setSpacing(kItemSpacing);
     column->addLayout(heading);
+    const auto shared = commonColumns(columns);
     auto* groups = new ScrollColumn(kItemSpacing, {0, 0, kPadding, 0});
     for (const auto& group : IdeasCatalog::groups())
-        groups->column().addWidget(makeGroup(group, columns));
+        groups->column().addWidget(makeGroup(group, shared));
     groups->column().addStretch();
     column->addWidget(groups, 1);
     orderTabs(*this);

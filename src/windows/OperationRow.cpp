@@ -34,7 +34,9 @@ QString operationCaption(const Operation& operation, const QLocale& locale, cons
     QString time;
     if (std::abs(operation.date) < kFarthestDate) {
         const auto milliseconds = static_cast<qint64>((operation.date + kReferenceDate) * 1000);
-        time = locale.toString(QDateTime::fromMSecsSinceEpoch(milliseconds, zone).time(), QLocale::ShortFormat);
+        const auto clock = QDateTime::fromMSecsSinceEpoch(milliseconds, zone).time();
+        // The C locale has no short format of its own.
+        time = locale.language() == QLocale::C ? clock.toString("HH:mm") : locale.toString(clock, QLocale::ShortFormat);
     }
     return displayText(operation.subtitle()) + " · " + time;
 }
@@ -54,18 +56,20 @@ OperationRow::OperationRow(const Operation& operation, const Actions& actions) :
     auto* titleLabel = new ToneLabel(title);
     titleLabel->setMaximumLines(kTitleLines);
     texts->addWidget(titleLabel);
-    texts->addWidget(new CaptionLabel(operationCaption(operation, QLocale(), QTimeZone::systemTimeZone())));
+    const auto caption = operationCaption(operation, QLocale(), QTimeZone::systemTimeZone());
+    texts->addWidget(new CaptionLabel(caption));
     row->addLayout(texts, 1);
 
     m_undo = makeSmallButton("Undo");
-    m_undo->setAccessibleDescription(title);
+    const auto spokenRow = title + ", " + caption;
+    m_undo->setAccessibleDescription(spokenRow);
     connect(m_undo, &QPushButton::clicked, this, [id = m_operation, undo = actions.undo] { undo(id); });
     row->addWidget(m_undo);
     m_undone = new CaptionLabel("Undone", Tone::tertiary);
     m_undone->setMaximumLines(1);
     row->addWidget(m_undone);
     auto* rerun = makeSmallButton("Re-run");
-    rerun->setAccessibleDescription(title);
+    rerun->setAccessibleDescription(spokenRow);
     connect(rerun, &QPushButton::clicked, this, [id = m_operation, again = actions.rerun] { again(id); });
     row->addWidget(rerun);
     setOffer(undoOffer(operation));

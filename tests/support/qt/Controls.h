@@ -3,39 +3,31 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
-#include <QApplication>
-#include <QComboBox>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QString>
 #include <QWidget>
-#include <string>
 #include <vector>
 
 namespace torvo::testing {
 
 /// Finds the controls of a window as its user does, and works them.
 
-/// What a control is called: its spoken name, else the text that it shows.
-[[nodiscard]] inline QString nameOf(const QWidget& widget) {
-    if (!widget.accessibleName().isEmpty())
-        return widget.accessibleName();
-    if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
-        return button->text();
-    if (const auto* label = qobject_cast<const QLabel*>(&widget))
-        return label->text();
-    return {};
-}
+/// Lets Qt show what was added and lay it out.
+void settleLayout();
 
-/// The controls of that kind and name which are not hidden, in the order in which they were made. Those whose
-/// description differs from `about` are left out, when it is given.
+/// What a control is called: its spoken name, else the text that it shows.
+[[nodiscard]] QString nameOf(const QWidget& widget);
+
+/// The controls of that kind and name which are not hidden, in the order in which they were made. `about`: with that
+/// beginning of the description, where several have the same name.
 template <typename Control>
 [[nodiscard]] std::vector<Control*> controlsNamed(const QWidget& root, const QString& name, const QString& about = {}) {
+    settleLayout();
     std::vector<Control*> found;
     for (auto* control : root.findChildren<Control*>()) {
         if (control->isVisibleTo(&root) && nameOf(*control) == name &&
-            (about.isEmpty() || control->accessibleDescription() == about))
+            control->accessibleDescription().startsWith(about))
             found.push_back(control);
     }
     return found;
@@ -50,35 +42,23 @@ template <typename Control>
 }
 
 /// Whether the user sees a label with exactly that text.
-[[nodiscard]] inline bool shows(const QWidget& root, const QString& text) {
-    return !controlsNamed<QLabel>(root, text).empty();
-}
-
-[[nodiscard]] inline bool offers(const QWidget& root, const QString& name, const QString& about = {}) {
-    return !controlsNamed<QAbstractButton>(root, name, about).empty();
-}
+[[nodiscard]] bool shows(const QWidget& root, const QString& text);
+/// Whether there is such a button.
+[[nodiscard]] bool offers(const QWidget& root, const QString& name, const QString& about = {});
+/// Whether there is exactly one such button or field, and it can be used.
+[[nodiscard]] bool isEnabled(const QWidget& root, const QString& name);
+[[nodiscard]] bool isChecked(const QWidget& root, const QString& name);
 
 /// Clicks a button or a toggle; one that is disabled does not react.
-inline void click(const QWidget& root, const QString& name, const QString& about = {}) {
-    if (auto* button = control<QAbstractButton>(root, name, about))
-        button->click();
-}
-
-inline void press(QWidget& widget, int key, const QString& text = {}) {
-    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier, text);
-    QApplication::sendEvent(&widget, &down);
-}
-
+void click(const QWidget& root, const QString& name, const QString& about = {});
 /// Replaces what a field holds, key by key.
-inline void type(const QWidget& root, const QString& field, const QString& text) {
-    auto* edit = control<QLineEdit>(root, field);
-    if (edit == nullptr)
-        return;
-    edit->selectAll();
-    if (text.isEmpty())
-        press(*edit, Qt::Key_Delete);
-    for (const auto& character : text)
-        press(*edit, 0, character);
-}
+void type(const QWidget& root, const QString& field, const QString& text);
+/// Presses one key in a control.
+void press(QWidget& widget, int key, const QString& text = {});
+/// What a field holds.
+[[nodiscard]] QString held(const QWidget& root, const QString& field);
+
+/// The controls that the Tab key visits, in that order.
+[[nodiscard]] std::vector<QWidget*> tabStops(QWidget& window);
 
 } // namespace torvo::testing

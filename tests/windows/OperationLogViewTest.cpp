@@ -1,0 +1,138 @@
+#include "windows/OperationLogView.h"
+
+#include "tests/support/Bar.h"
+#include "tests/support/qt/Controls.h"
+#include "tests/support/qt/OffscreenApplication.h"
+#include "windows/OperationRow.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <limits>
+
+namespace torvo::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+
+class OperationLogViewTest : public ::testing::Test {
+  protected:
+    /// Runs a command that makes one file.
+    void make(const std::string& name) {
+        bar.now += std::chrono::minutes(1);
+        bar.files.file("a.txt", "text");
+        bar.select({"a.txt"});
+        bar.modelAnswers("cp a.txt " + name, "Made " + name);
+        bar.enter("make " + name);
+        ASSERT_TRUE(bar.settles());
+        bar.service->confirmPending();
+        ASSERT_TRUE(bar.settlesAs("Made " + name)) << bar.state().status;
+    }
+    /// The rows, from the top.
+    [[nodiscard]] std::vector<std::string> titles() {
+        std::vector<std::string> texts;
+        for (const auto* button : tabStops(view)) {
+            if (nameOf(*button) == "Re-run")
+                texts.push_back(button->accessibleDescription().section(',', 0, 0).toStdString());
+        }
+        return texts;
+    }
+
+    OffscreenApplication application;
+    Bar bar;
+    OperationLogView view{*bar.service};
+};
+
+} // namespace
+
+TEST_F(OperationLogViewTest, UndoesAndRerunsOnRealFiles) {
+    view.show();
+    EXPECT_TRUE(shows(view, "No operations yet."));
+    EXPECT_FALSE(isEnabled(view, "Clear"));
+    make("one.txt");
+    make("two.txt");
+    EXPECT_FALSE(shows(view, "No operations yet."));
+    EXPECT_THAT(titles(), ElementsAre("Made two.txt", "Made one.txt"));
+
+    click(view, "Undo", "Made one.txt");
+    EXPECT_THAT(bar.names(), ElementsAre("a.txt", "two.txt"));
+    EXPECT_FALSE(offers(view, "Undo", "Made one.txt"));
+    EXPECT_TRUE(shows(view, "Undone"));
+    EXPECT_TRUE(offers(view, "Undo", "Made two.txt"));
+
+    click(view, "Re-run", "Made one.txt");
+    ASSERT_TRUE(bar.settles());
+    ASSERT_TRUE(bar.state().awaitingConfirm());
+    bar.service->confirmPending();
+    ASSERT_TRUE(bar.settlesAs("Made one.txt"));
+    EXPECT_THAT(bar.names(), ElementsAre("a.txt", "one.txt", "two.txt"));
+    EXPECT_THAT(titles(), ElementsAre("Made one.txt", "Made two.txt", "Made one.txt"));
+
+    click(view, "Clear");
+    EXPECT_TRUE(shows(view, "No operations yet."));
+    EXPECT_THAT(bar.state().operations, ::testing::IsEmpty());
+    EXPECT_THAT(titles(), ::testing::IsEmpty());
+}
+
+TEST_F(OperationLogViewTest, FilesThatChangedOfferNeitherUndoNorUndone) {
+    make("one.txt");
+    view.show();
+    EXPECT_TRUE(offers(view, "Undo"));
+    std::filesystem::remove((bar / "one.txt").path());
+    QEvent activation(QEvent::WindowActivate);
+    QApplication::sendEvent(&view, &activation);
+    EXPECT_FALSE(offers(view, "Undo") || shows(view, "Undone"));
+    EXPECT_TRUE(offers(view, "Re-run"));
+}
+
+TEST_F(OperationLogViewTest, RowsStayInPlaceWhileTheListGrows) {
+    make("one.txt");
+    view.show();
+    const auto* row = control<QAbstractButton>(view, "Re-run");
+    make("two.txt");
+    EXPECT_EQ(control<QAbstractButton>(view, "Re-run", "Made one.txt"), row);
+    view.hide();
+    make("three.txt");
+    view.show();
+    EXPECT_EQ(control<QAbstractButton>(view, "Re-run", "Made one.txt"), row);
+    EXPECT_THAT(titles(), ElementsAre("Made three.txt", "Made two.txt", "Made one.txt"));
+}
+
+TEST(OperationRowTest, CaptionNamesTheTimeOfDayAlone) {
+    struct Case {
+        double date;
+        QLocale locale;
+        int offset;
+        const char* caption;
+    };
+    Operation operation;
+    operation.outputs = {FileURL("/a")};
+    for (const auto& [date, locale, offset, caption] :
+         {Case{0, QLocale("en_GB"), 0, "Created 1 file · 00:00"},
+          Case{0, QLocale("en_GB"), 5400, "Created 1 file · 01:30"},
+          Case{-60, QLocale("de_DE"), 0, "Created 1 file · 23:59"},
+          Case{54'000.9, QLocale("en_US"), 0, "Created 1 file · 3:00 PM"},
+          Case{54'000, QLocale::c(), 0, "Created 1 file · 15:00"}, Case{1e300, QLocale::c(), 0, "Created 1 file · "},
+          Case{std::numeric_limits<double>::quiet_NaN(), QLocale::c(), 0, "Created 1 file · "}}) {
+        operation.date = date;
+        auto text = operationCaption(operation, locale, QTimeZone(offset));
+        text.replace(QChar(0x202F), ' ');
+        EXPECT_EQ(text.toStdString(), caption);
+    }
+}
+
+TEST(OperationRowTest, TitleOfAnotherProgramIsShownAsItIsAndFits) {
+    const OffscreenApplication application;
+    Operation operation;
+    operation.title = "<b>bold</b>\n\x1B[31m" + std::string(100'000, 'w');
+    OperationRow row(operation, {});
+    EXPECT_LT(row.minimumSizeHint().width(), 400);
+    row.resize(500, row.heightForWidth(500));
+    EXPECT_LT(row.height(), 120) << "three lines at most";
+    const auto* title = row.findChildren<QLabel*>().front();
+    EXPECT_TRUE(title->text().startsWith("<b>bold</b>\uFFFD\uFFFD[31mw"));
+    EXPECT_EQ(title->textFormat(), Qt::PlainText);
+}
+
+} // namespace torvo::testing
