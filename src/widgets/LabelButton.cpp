@@ -11,7 +11,7 @@ namespace torvo {
 namespace {
 
 constexpr int kFontSize = 11;
-constexpr int kSymbolSize = 12;
+constexpr int kSymbolSize = 11;
 constexpr int kSymbolGap = 4;
 constexpr int kWidestLabel = 260;
 

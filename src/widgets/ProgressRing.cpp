@@ -72,8 +72,8 @@ void ProgressRing::paintEvent(QPaintEvent*) {
     painter.setPen(QPen(faded(toneColor(Tone::primary, palette()), 0.16), width));
     painter.drawEllipse(circle);
 
-    painter.setPen(QPen(toneColor(m_share ? Tone::accent : Tone::secondary, palette()), width, Qt::SolidLine,
-                        Qt::RoundCap));
+    painter.setPen(
+        QPen(toneColor(m_share ? Tone::accent : Tone::secondary, palette()), width, Qt::SolidLine, Qt::RoundCap));
     if (m_share) {
         if (*m_share > 0)
             painter.drawArc(circle, kCircle / 4, static_cast<int>(-*m_share * kCircle));

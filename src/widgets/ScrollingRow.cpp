@@ -35,7 +35,9 @@ class ScrollingRow::Fade final : public QWidget {
 };
 
 ScrollingRow::ScrollingRow(int spacing, int bottomPadding, QWidget* parent)
-    : QScrollArea(parent), m_row(new QHBoxLayout), m_leftFade(new Fade(Qt::LeftEdge, this)),
+    : QScrollArea(parent),
+      m_row(new QHBoxLayout),
+      m_leftFade(new Fade(Qt::LeftEdge, this)),
       m_rightFade(new Fade(Qt::RightEdge, this)) {
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -43,7 +43,9 @@ void SmallButton::drawBackground(QPainter& painter, const QRectF& rectangle) con
         return;
     }
     const auto ink = toneColor(Tone::primary, palette());
-    const auto body = isDark(palette()) ? faded(ink, isDown() ? 0.24 : underMouse() ? 0.19 : 0.14)
+    const auto body = isDark(palette()) ? faded(ink, isDown()       ? 0.24
+                                                     : underMouse() ? 0.19
+                                                                    : 0.14)
                       : isDown()        ? QColor(0xDD, 0xDD, 0xE0)
                       : underMouse()    ? QColor(0xF6, 0xF6, 0xF8)
                                         : QColor(Qt::white);

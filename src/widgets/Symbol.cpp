@@ -123,8 +123,7 @@ QPainterPath drawing(Symbol symbol) {
     case Symbol::wandAndStars:
         return wand();
     case Symbol::exclamationOctagonFill:
-        return softened(polygon(8, middle, 6.7, std::numbers::pi / 8), 0.6)
-            .subtracted(exclamationMark(4.7, 8.6, 11.1));
+        return softened(polygon(8, middle, 6.7, std::numbers::pi / 8), 0.6).subtracted(exclamationMark(4.7, 8.6, 11.1));
     case Symbol::exclamationTriangleFill:
         return softened(lines({{8, 2.7}, {14.1, 13.1}, {1.9, 13.1}, {8, 2.7}}), 1.2)
             .subtracted(exclamationMark(6, 9.3, 11.8));

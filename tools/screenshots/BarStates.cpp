@@ -22,10 +22,10 @@ CommandBarState focused(std::string text, std::string status, StatusKind kind) {
 
 CommandBarState confirming(std::string text, Shell shell, std::vector<PreviewRow> rows) {
     const bool isDestructive = shell.destructive;
-    auto state = focused(std::move(text),
-                         fmt::format("{}{}\n$ {}", isDestructive ? "⚠️ DESTRUCTIVE — " : "", shell.explanation,
-                                     shell.command),
-                         isDestructive ? StatusKind::failure : StatusKind::confirm);
+    auto state =
+        focused(std::move(text),
+                fmt::format("{}{}\n$ {}", isDestructive ? "⚠️ DESTRUCTIVE — " : "", shell.explanation, shell.command),
+                isDestructive ? StatusKind::failure : StatusKind::confirm);
     state.pending = PendingAction{std::move(shell), {}, std::move(rows)};
     return state;
 }
@@ -45,8 +45,11 @@ std::vector<FileURL> pictures(int count) {
     return files;
 }
 
-const std::vector<Suggestion> kChips{{"JPG", "jpg"}, {"Zip", "zip"}, {"Resize to 1600 px", "resize"},
-                                     {"Rename 001, 002…", "rename"}, {"R&D <b>bold</b>", "x"}};
+const std::vector<Suggestion> kChips{{"JPG", "jpg"},
+                                     {"Zip", "zip"},
+                                     {"Resize to 1600 px", "resize"},
+                                     {"Rename 001, 002…", "rename"},
+                                     {"R&D <b>bold</b>", "x"}};
 
 } // namespace
 
@@ -76,19 +79,23 @@ std::vector<BarPicture> barPictures() {
 
     add("confirm", confirming("compress this video",
                               {"ffmpeg -i \"$1\" -c:v libx264 -crf 28 -preset slow \"${1:r}-small.mp4\"",
-                               "Compress the video to H.264", false, {}},
+                               "Compress the video to H.264",
+                               false,
+                               {}},
                               {}));
-    add("destructive", confirming("delete the raw files",
-                                  {"rm -- *.raw", "Delete every RAW file in the folder", true, {}}, {}));
+    add("destructive",
+        confirming("delete the raw files", {"rm -- *.raw", "Delete every RAW file in the folder", true, {}}, {}));
     add("preview-3", confirming("rename these 001, 002, and so on",
                                 {"n=1; for f in \"$@\"; do mv -n -- \"$f\" \"${f:h}/Lisbon ${(l:3::0:)n}.jpg\"; "
                                  "(( n++ )); done",
-                                 "Number the pictures from 001", false, {}},
+                                 "Number the pictures from 001",
+                                 false,
+                                 {}},
                                 renames(3)));
-    add("preview-120", confirming("rename these 001, 002, and so on",
-                                  {"for f in \"$@\"; do mv -n -- \"$f\" \"$f.bak\"; done", "Number the pictures", false,
-                                   {}},
-                                  renames(120)));
+    add("preview-120",
+        confirming("rename these 001, 002, and so on",
+                   {"for f in \"$@\"; do mv -n -- \"$f\" \"$f.bak\"; done", "Number the pictures", false, {}},
+                   renames(120)));
 
     state = focused("jpg", "Converted 5 images to JPG", StatusKind::success);
     state.resultOutputs = pictures(5);
@@ -110,13 +117,12 @@ std::vector<BarPicture> barPictures() {
     state.resultOutputs = {FileURL("/a/" + longName), FileURL("/a/صورة العطلة الطويلة جدا في لشبونة.jpg"),
                            FileURL("/a/line\nbreak \x1b[31m \xff.jpg"), FileURL("/a/d")};
     add("long-and-odd", state, 420);
-    add("odd-preview", confirming("rename",
-                                  {"mv -- \"$1\" \"$2\" && " + std::string(400, 'z') + "\n\techo done", "Rename", false,
-                                   {}},
-                                  {{"/a/" + longName, "/a/" + longName + ".bak"},
-                                   {"/a/صورة.jpg", "/a/صورة العطلة.jpg"},
-                                   {"/a/line\nbreak \x1b[31m.txt", "/a/<b>bold & co.txt"},
-                                   {"/a/only.txt", std::nullopt}}),
+    add("odd-preview",
+        confirming("rename", {"mv -- \"$1\" \"$2\" && " + std::string(400, 'z') + "\n\techo done", "Rename", false, {}},
+                   {{"/a/" + longName, "/a/" + longName + ".bak"},
+                    {"/a/صورة.jpg", "/a/صورة العطلة.jpg"},
+                    {"/a/line\nbreak \x1b[31m.txt", "/a/<b>bold & co.txt"},
+                    {"/a/only.txt", std::nullopt}}),
         420);
     std::string endless = "Run a long script\n$ ";
     for (int i = 0; i < 60; ++i)

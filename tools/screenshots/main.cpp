@@ -3,6 +3,7 @@
 #include "commandbar/view/CommandBarView.h"
 #include "screenshots/BarStates.h"
 #include "tests/support/Bar.h"
+#include "widgets/Symbol.h"
 
 #include <QApplication>
 #include <QDir>
@@ -34,6 +35,22 @@ QImage drawn(QWidget& widget, double scale, const QColor& desktop) {
     image.fill(desktop);
     widget.render(&image, {}, {}, QWidget::DrawChildren);
     return image;
+}
+
+/// All symbols, large.
+bool drawSymbols(const QDir& folder) {
+    constexpr int kSide = 64;
+    constexpr int kCount = static_cast<int>(Symbol::clockArrow) + 1;
+    QImage image(kCount * kSide, kSide + 24, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    for (int number = 0; number < kCount; ++number) {
+        const auto symbol = static_cast<Symbol>(number);
+        drawSymbol(painter, symbol, QRectF(number * kSide + 8, 8, kSide - 16, kSide - 16), Qt::black);
+        drawSymbol(painter, symbol, QRectF(number * kSide + 24, kSide, 16, 16), Qt::black);
+    }
+    painter.end();
+    return image.save(folder.filePath("symbols.png"));
 }
 
 bool drawBar(const QDir& folder) {
@@ -84,7 +101,7 @@ int main(int count, char** arguments) {
     // A caret that blinks would be in some pictures and not in others.
     QApplication::setCursorFlashTime(0);
     const QDir folder(QString::fromLocal8Bit(arguments[1]));
-    if (!folder.mkpath(".") || !torvo::screenshots::drawBar(folder)) {
+    if (!folder.mkpath(".") || !torvo::screenshots::drawSymbols(folder) || !torvo::screenshots::drawBar(folder)) {
         std::fprintf(stderr, "torvo-screenshots: cannot write to %s\n", arguments[1]);
         return 1;
     }

@@ -16,7 +16,9 @@ class ChipButton final : public LabelButton {
     void drawBackground(QPainter& painter, const QRectF& rectangle) const override {
         using Press = ChipButtonStyle::Press;
         ChipButtonStyle::draw(painter, rectangle, palette(),
-                              isDown() ? Press::down : underMouse() ? Press::hovered : Press::up);
+                              isDown()       ? Press::down
+                              : underMouse() ? Press::hovered
+                                             : Press::up);
     }
     [[nodiscard]] QColor labelColor() const override { return toneColor(Tone::primary, palette()); }
     [[nodiscard]] double cornerRadius() const override { return height() / 2.0; }

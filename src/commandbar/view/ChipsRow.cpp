@@ -15,7 +15,9 @@ constexpr int kBottomPadding = 1;
 } // namespace
 
 ChipsRow::ChipsRow(std::function<void()> useClipboard, std::function<void(std::string input)> submit, QWidget* parent)
-    : QWidget(parent), m_submit(std::move(submit)), m_row(new ScrollingRow(kSpacing, kBottomPadding, this)),
+    : QWidget(parent),
+      m_submit(std::move(submit)),
+      m_row(new ScrollingRow(kSpacing, kBottomPadding, this)),
       m_clipboard(new ChipButton(QStringLiteral("Use clipboard"), Symbol::clipboard)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});

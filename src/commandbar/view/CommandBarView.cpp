@@ -31,19 +31,30 @@ void settleLayouts(QWidget& widget) {
     }
 }
 
+/// The files stay where they are: a source that was told of a move would delete them.
+void acceptWithoutMoving(QDropEvent& event) {
+    event.setDropAction(event.possibleActions().testFlag(Qt::CopyAction) ? Qt::CopyAction : Qt::IgnoreAction);
+    event.accept();
+}
+
 } // namespace
 
 CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, Panel& panel, Backdrop backdrop,
                                QWidget* parent)
-    : QWidget(parent), m_service(service), m_hotKey(hotKey), m_panel(panel), m_backdrop(backdrop),
-      m_full(new FullBody(service, panel, this)), m_compact(new CompactBody(
-                                                      [this] {
-                                                          if (m_panel.isVisible())
-                                                              m_panel.makeKey();
-                                                          else
-                                                              m_service.openExpanded();
-                                                      },
-                                                      this)) {
+    : QWidget(parent),
+      m_service(service),
+      m_hotKey(hotKey),
+      m_panel(panel),
+      m_backdrop(backdrop),
+      m_full(new FullBody(service, panel, this)),
+      m_compact(new CompactBody(
+          [this] {
+              if (m_panel.isVisible())
+                  m_panel.makeKey();
+              else
+                  m_service.openExpanded();
+          },
+          this)) {
     setAcceptDrops(true);
     setAttribute(Qt::WA_TranslucentBackground);
     setAccessibleName(QStringLiteral("Torvo command bar"));
@@ -56,8 +67,7 @@ CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& ho
     column->setSizeConstraint(QLayout::SetNoConstraint);
     m_compact->showShortcut(m_hotKey.configuration().displayName());
     m_stateChanges = m_service.observe([this] { present(m_service.state()); });
-    m_shortcutChanges =
-        m_hotKey.observe([this] { m_compact->showShortcut(m_hotKey.configuration().displayName()); });
+    m_shortcutChanges = m_hotKey.observe([this] { m_compact->showShortcut(m_hotKey.configuration().displayName()); });
     present(m_service.state());
 }
 
@@ -146,7 +156,7 @@ void CommandBarView::setDropTarget(DropTarget target) {
 void CommandBarView::dragEnterEvent(QDragEnterEvent* event) {
     if (!event->mimeData()->hasUrls())
         return;
-    event->acceptProposedAction();
+    acceptWithoutMoving(*event);
     setDropTarget(DropTarget::yes);
 }
 
@@ -158,9 +168,7 @@ void CommandBarView::dropEvent(QDropEvent* event) {
     setDropTarget(DropTarget::no);
     // The list as it was sent: a name that is not UTF-8 would not survive as a text.
     const auto list = event->mimeData()->data(QStringLiteral("text/uri-list"));
-    // The files stay where they are.
-    event->setDropAction(Qt::CopyAction);
-    event->accept();
+    acceptWithoutMoving(*event);
     m_service.handleDrop(droppedFiles(list.toStdString()));
 }
 

@@ -17,7 +17,8 @@ constexpr int kLeastGap = 4;
 } // namespace
 
 CompactBody::CompactBody(std::function<void()> open, QWidget* parent)
-    : QAbstractButton(parent), m_icon(new LeadingIcon(this)),
+    : QAbstractButton(parent),
+      m_icon(new LeadingIcon(this)),
       m_status(new ElidedLabel(Tone::secondary, 12, Qt::ElideMiddle, this)),
       m_shortcut(new ElidedLabel(Tone::tertiary, 10, Qt::ElideNone, this)) {
     setFixedHeight(kHeight);

@@ -20,7 +20,9 @@ QString text(std::string_view bytes) {
 } // namespace
 
 ConfirmationRow::ConfirmationRow(std::function<void()> confirm, std::function<void()> cancel, QWidget* parent)
-    : QWidget(parent), m_preview(new PreviewList(this)), m_primary(new SmallButton({}, std::nullopt, this)),
+    : QWidget(parent),
+      m_preview(new PreviewList(this)),
+      m_primary(new SmallButton({}, std::nullopt, this)),
       m_hint(new ElidedLabel(Tone::tertiary, 10, Qt::ElideRight, this)) {
     auto* cancelButton = new SmallButton(QStringLiteral("Cancel"), std::nullopt, this);
     QObject::connect(m_primary, &QPushButton::clicked, this, std::move(confirm));

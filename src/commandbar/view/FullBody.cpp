@@ -18,7 +18,8 @@ constexpr int kAskSpacing = 8;
 } // namespace
 
 FullBody::FullBody(CommandBarService& service, Panel& panel, QWidget* parent)
-    : QWidget(parent), m_icon(new LeadingIcon(this)),
+    : QWidget(parent),
+      m_icon(new LeadingIcon(this)),
       m_field(new CommandTextField({.onSubmit = [&service](std::string text) { service.submit(std::move(text)); },
                                     .onCancel = [&service] { service.cancel(); },
                                     .onChange = [&service](std::string text) { service.inputChanged(std::move(text)); },
@@ -29,12 +30,13 @@ FullBody::FullBody(CommandBarService& service, Panel& panel, QWidget* parent)
       m_confirmation(
           new ConfirmationRow([&service] { service.confirmPending(); }, [&service] { service.cancel(); }, this)),
       m_results(new ResultRow([&service] { service.undoLast(); }, [&service] { service.revealLast(); }, this)),
-      m_askAI(new QWidget(this)), m_chips(new ChipsRow([&service] { service.useClipboard(); },
-                                                       [&service, &panel](std::string input) {
-                                                           panel.makeKey();
-                                                           service.submit(std::move(input));
-                                                       },
-                                                       this)) {
+      m_askAI(new QWidget(this)),
+      m_chips(new ChipsRow([&service] { service.useClipboard(); },
+                           [&service, &panel](std::string input) {
+                               panel.makeKey();
+                               service.submit(std::move(input));
+                           },
+                           this)) {
     auto* ask = new SmallButton(QStringLiteral("Ask AI to fix"), Symbol::wandAndStars, m_askAI);
     QObject::connect(ask, &QPushButton::clicked, this, [&service] { service.askAIToFix(); });
     auto* askRow = new QHBoxLayout(m_askAI);

@@ -12,8 +12,7 @@ constexpr int kSize = 16;
 
 } // namespace
 
-LeadingIcon::LeadingIcon(QWidget* parent)
-    : QWidget(parent), m_content(SymbolIcon{}), m_ring(new ProgressRing(this)) {
+LeadingIcon::LeadingIcon(QWidget* parent) : QWidget(parent), m_content(SymbolIcon{}), m_ring(new ProgressRing(this)) {
     setFixedSize(kSize, kSize);
     m_ring->hide();
 }

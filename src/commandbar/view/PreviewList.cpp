@@ -47,10 +47,10 @@ class RowDelegate final : public QStyledItemDelegate {
         // The two names share what the arrow leaves free.
         const int width = (row.width() - kArrowSize - 2 * kSpacing) / 2;
         name(index.data(fromRole).toString(), {row.left(), row.top(), width, row.height()});
-        drawSymbol(*painter, Symbol::arrowRight,
-                   QRectF(row.left() + width + kSpacing, row.center().y() - kArrowSize / 2.0 + 0.5, kArrowSize,
-                          kArrowSize),
-                   toneColor(Tone::tertiary, option.palette));
+        drawSymbol(
+            *painter, Symbol::arrowRight,
+            QRectF(row.left() + width + kSpacing, row.center().y() - kArrowSize / 2.0 + 0.5, kArrowSize, kArrowSize),
+            toneColor(Tone::tertiary, option.palette));
         name(to.toString(), {row.right() + 1 - width, row.top(), width, row.height()});
     }
 };
@@ -75,8 +75,9 @@ class PreviewList::Rows final : public QAbstractListModel {
 
     [[nodiscard]] bool present(const std::vector<PreviewRow>& rows) {
         const auto shown = std::min(rows.size(), kMostPreviewRows);
-        if (rows.size() == m_count && std::ranges::equal(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown),
-                                                         m_rows.begin(), m_rows.end()))
+        if (rows.size() == m_count &&
+            std::ranges::equal(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown), m_rows.begin(),
+                               m_rows.end()))
             return false;
         beginResetModel();
         m_count = rows.size();
@@ -115,7 +116,9 @@ class PreviewList::Rows final : public QAbstractListModel {
 };
 
 PreviewList::PreviewList(QWidget* parent)
-    : QWidget(parent), m_rows(new Rows(this)), m_list(new RowsView(this)),
+    : QWidget(parent),
+      m_rows(new Rows(this)),
+      m_list(new RowsView(this)),
       m_more(new ElidedLabel(Tone::secondary, 10, Qt::ElideRight, this)) {
     m_list->setFont(systemFont(kFontSize));
     m_list->setModel(m_rows);

@@ -45,7 +45,8 @@ void ResultPill::mousePressEvent(QMouseEvent* event) {
 }
 
 void ResultPill::mouseMoveEvent(QMouseEvent* event) {
-    if (m_pressedAt && (event->position().toPoint() - *m_pressedAt).manhattanLength() >= QApplication::startDragDistance()) {
+    if (m_pressedAt &&
+        (event->position().toPoint() - *m_pressedAt).manhattanLength() >= QApplication::startDragDistance()) {
         m_pressedAt.reset();
         drag();
     }

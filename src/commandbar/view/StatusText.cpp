@@ -41,8 +41,9 @@ QAccessibleInterface* accessibleStatus(const QString&, QObject* object) {
 } // namespace
 
 StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
-    static const bool isInstalled = (QAccessible::installFactory(accessibleStatus), true);
-    (void)isInstalled;
+    // The last one installed is asked first, and each application object installs its own.
+    QAccessible::removeFactory(accessibleStatus);
+    QAccessible::installFactory(accessibleStatus);
     setFrameShape(QFrame::NoFrame);
     setAcceptRichText(false);
     setReadOnly(true);
@@ -72,24 +73,26 @@ void StatusText::present(const std::string& text, Tone tone) {
     if (m_text == text)
         return;
     m_text = text;
+    m_measured.reset();
     setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
     setPlainText(shownLines(text));
     showScrollBarIfNeeded();
     updateGeometry();
-    if (QAccessible::isActive()) {
-        for (const auto kind : {QAccessible::NameChanged, QAccessible::Alert}) {
-            QAccessibleEvent event(this, kind);
-            QAccessible::updateAccessibility(&event);
-        }
+    for (const auto kind : {QAccessible::NameChanged, QAccessible::Alert}) {
+        QAccessibleEvent event(this, kind);
+        QAccessible::updateAccessibility(&event);
     }
 }
 
 double StatusText::wholeHeight(int width) const {
+    if (m_measured && m_measured->width == width)
+        return m_measured->height;
     // The document stays as wide as it is shown: beside a scroll bar that is less.
     const double shownWidth = document()->textWidth();
     document()->setTextWidth(std::max(width, 1));
     const double height = document()->size().height();
     document()->setTextWidth(shownWidth);
+    m_measured = {width, height};
     return height;
 }
 
@@ -99,8 +102,7 @@ int StatusText::heightForWidth(int width) const {
 
 void StatusText::showScrollBarIfNeeded() {
     // Left to itself, a scroll bar that came while there was little room would narrow the text and so stay.
-    setVerticalScrollBarPolicy(wholeHeight(width()) > kGreatestHeight ? Qt::ScrollBarAlwaysOn
-                                                                      : Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(wholeHeight(width()) > kGreatestHeight ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
 }
 
 QSize StatusText::sizeHint() const {
@@ -126,6 +128,8 @@ void StatusText::resizeEvent(QResizeEvent* event) {
 
 void StatusText::changeEvent(QEvent* event) {
     QTextEdit::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        m_measured.reset();
     if (event->type() == QEvent::PaletteChange)
         applyColors();
 }

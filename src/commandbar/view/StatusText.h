@@ -36,6 +36,12 @@ class StatusText final : public QTextEdit {
 
     std::optional<std::string> m_text;
     Tone m_tone = Tone::secondary;
+    struct Measure {
+        int width = 0;
+        double height = 0;
+    };
+    /// Of the present text, once it was needed.
+    mutable std::optional<Measure> m_measured;
 };
 
 } // namespace torvo

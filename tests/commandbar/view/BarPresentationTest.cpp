@@ -1,0 +1,115 @@
+#include "commandbar/view/BarPresentation.h"
+
+#include "tests/support/qt/ShownBar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace torvo {
+
+using ::testing::ElementsAre;
+using testing::focusedState;
+using testing::pendingCommand;
+
+TEST(BarPresentationTest, OneRowBelongsToEachSituation) {
+    const auto with = [](auto... changes) {
+        auto state = focusedState();
+        (changes(state), ...);
+        return state;
+    };
+    const auto pending = [](CommandBarState& s) { s.pending = pendingCommand(0); };
+    const auto outputs = [](CommandBarState& s) { s.resultOutputs = {FileURL("/a")}; };
+    const auto ask = [](CommandBarState& s) { s.canAskAIToFix = true; };
+    const auto chips = [](CommandBarState& s) { s.chips = {{"JPG", "jpg"}}; };
+    const auto clipboard = [](CommandBarState& s) { s.clipboardAvailable = true; };
+    const auto typed = [](CommandBarState& s) { s.text = "j"; };
+    const auto running = [](CommandBarState& s) { s.isRunning = true; };
+    using Row = ContextualRow;
+    EXPECT_EQ(contextualRow(with()), Row::none);
+    EXPECT_EQ(contextualRow(with(pending, outputs, ask, chips)), Row::confirmation);
+    EXPECT_EQ(contextualRow(with(outputs, ask, chips)), Row::results);
+    EXPECT_EQ(contextualRow(with(ask, typed, chips)), Row::askAI);
+    EXPECT_EQ(contextualRow(with(ask, running)), Row::askAI);
+    EXPECT_EQ(contextualRow(with(chips)), Row::chips);
+    EXPECT_EQ(contextualRow(with(clipboard)), Row::chips);
+    EXPECT_EQ(contextualRow(with(chips, clipboard, typed)), Row::none);
+    EXPECT_EQ(contextualRow(with(chips, clipboard, running)), Row::none);
+}
+
+TEST(BarPresentationTest, TheIconTellsWhatRunsOrWhatTheStatusIs) {
+    auto state = focusedState();
+    for (const auto& [kind, symbol, tone] : {std::tuple(StatusKind::hint, Symbol::wandAndStars, Tone::secondary),
+                                             {StatusKind::info, Symbol::wandAndStars, Tone::secondary},
+                                             {StatusKind::confirm, Symbol::exclamationOctagonFill, Tone::warning},
+                                             {StatusKind::success, Symbol::checkmarkCircleFill, Tone::success},
+                                             {StatusKind::failure, Symbol::exclamationTriangleFill, Tone::failure}}) {
+        state.statusKind = kind;
+        EXPECT_EQ(leadingIcon(state), LeadingIconContent(SymbolIcon{symbol, tone})) << static_cast<int>(kind);
+        EXPECT_EQ(statusTone(kind), tone);
+    }
+    state.progress = OperationProgress{"", 1, 4};
+    EXPECT_TRUE(std::holds_alternative<SymbolIcon>(leadingIcon(state))) << "nothing runs";
+    state.isRunning = true;
+    EXPECT_EQ(leadingIcon(state), LeadingIconContent(RunningIcon{0.25}));
+    state.progress = OperationProgress{"", 9, 4};
+    EXPECT_EQ(leadingIcon(state), LeadingIconContent(RunningIcon{1.0}));
+    for (const auto& progress : {std::optional<OperationProgress>(),
+                                 {OperationProgress{"", 1, 0}},
+                                 {OperationProgress{"", 1, {}}},
+                                 {OperationProgress{"", {}, 4}}}) {
+        state.progress = progress;
+        EXPECT_EQ(leadingIcon(state), LeadingIconContent(RunningIcon{}));
+    }
+}
+
+TEST(BarPresentationTest, TheTextsOfTheRows) {
+    auto state = focusedState("", "");
+    state.contextHint = "📁 Pictures";
+    EXPECT_EQ(shownStatus(state), "📁 Pictures");
+    state.status = "Cancelled";
+    EXPECT_EQ(shownStatus(state), "Cancelled");
+
+    EXPECT_TRUE(showsCommandLine("Do it\n$ rm a"));
+    EXPECT_TRUE(showsCommandLine("costs 5$ or so"));
+    EXPECT_FALSE(showsCommandLine("$HOME"));
+
+    EXPECT_EQ(confirmationTexts(false, false), (ConfirmationTexts{"Run anyway", "⏎ Run · Esc to cancel"}));
+    EXPECT_EQ(confirmationTexts(true, false), (ConfirmationTexts{"Apply", "⏎ Apply · Esc cancel"}));
+    EXPECT_EQ(confirmationTexts(false, true), (ConfirmationTexts{"Run anyway", "Click to apply · Esc to cancel"}));
+    EXPECT_EQ(confirmationTexts(true, true), (ConfirmationTexts{"Apply", "Click to apply · Esc to cancel"}));
+
+    EXPECT_EQ(moreText(120, kMostPreviewRows), "+70 more");
+    EXPECT_EQ(moreText(50, kMostPreviewRows), "");
+    EXPECT_EQ(moreText(4, kMostPills), "+1 more");
+    EXPECT_EQ(moreText(3, kMostPills), "");
+
+    for (const auto& [path, name] : {std::pair("/a/b c.txt", "b c.txt"),
+                                     {"b.txt", "b.txt"},
+                                     {"a/b/", "b"},
+                                     {"./x//", "x"},
+                                     {"/", "/"},
+                                     {"//", "/"},
+                                     {"", ""}})
+        EXPECT_EQ(lastPathComponent(path), name) << path;
+}
+
+TEST(BarPresentationTest, OfADropTheFilesAreKeptInOrderByteForByte) {
+    EXPECT_THAT(droppedFiles("file:///b%20c.txt\r\nhttps://example.org/x.png\r\nfile://localhost/a\r\n"),
+                ElementsAre(FileURL("/b c.txt"), FileURL("/a")));
+    EXPECT_THAT(droppedFiles("# dragged\nfile:///odd%FF%0A.txt"), ElementsAre(FileURL("/odd\xFF\n.txt")));
+    EXPECT_THAT(droppedFiles("https://example.org/"), ElementsAre());
+    EXPECT_THAT(droppedFiles(""), ElementsAre());
+}
+
+TEST(BarPresentationTest, ThePanelGrowsAndShrinksBelowItsTopEdge) {
+    const Rect panel{100, 300, 600, 90};
+    EXPECT_EQ(fittedFrame(212.3, panel, true), (Rect{100, 177, 600, 213}));
+    EXPECT_EQ(fittedFrame(58, panel, true), (Rect{100, 332, 600, 58}));
+    EXPECT_EQ(fittedFrame(90, panel, true), std::nullopt);
+    EXPECT_EQ(fittedFrame(89.4, panel, true), std::nullopt);
+    EXPECT_EQ(fittedFrame(90, {100, 300, 600, 89.6}, true), std::nullopt) << "0.4 points are not worth a move";
+    EXPECT_EQ(fittedFrame(212.3, panel, false), std::nullopt);
+    EXPECT_EQ(fittedFrame(1, panel, true), std::nullopt);
+}
+
+} // namespace torvo
