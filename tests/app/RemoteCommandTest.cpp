@@ -8,9 +8,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string_view>
+
 namespace torvo {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using Arguments = std::vector<std::string>;
 
@@ -95,6 +99,61 @@ TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
     EXPECT_THAT(torvo({"drop", "--help"}).output, HasSubstr("torvo drop [OPTIONS]"));
     const testing::ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     check(rows[0]);
+}
+
+/// What the element <command> of Thunar's file says.
+std::string thunarCommand(const std::string& text) {
+    std::string command;
+    const auto read = [](GMarkupParseContext* context, const char* content, gsize size, gpointer result, GError**) {
+        if (std::string_view(g_markup_parse_context_get_element(context)) == "command")
+            static_cast<std::string*>(result)->assign(content, size);
+    };
+    const GMarkupParser parser{nullptr, nullptr, read, nullptr, nullptr};
+    auto* context = g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &command, nullptr);
+    EXPECT_TRUE(g_markup_parse_context_parse(context, text.data(), static_cast<gssize>(text.size()), nullptr));
+    EXPECT_TRUE(g_markup_parse_context_end_parse(context, nullptr));
+    g_markup_parse_context_free(context);
+    return command;
+}
+
+/// What the key Exec says in a group of a file.
+std::string execOf(const std::string& file, const char* group) {
+    const GLibPointer<GKeyFile> keys(g_key_file_new());
+    EXPECT_TRUE(g_key_file_load_from_file(keys.get(), file.c_str(), G_KEY_FILE_NONE, nullptr)) << file;
+    const GLibPointer<char> exec(g_key_file_get_string(keys.get(), group, "Exec", nullptr));
+    return exec == nullptr ? "" : exec.get();
+}
+
+TEST_F(RemoteCommandTest, IsWhatTheMenusOfFileManagersCall) {
+    const std::string folder = TORVO_PACKAGING_DIR "/file-managers";
+    const auto control = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(control.has_value());
+    const auto odd = work.file("-a \xFF'.png").path();
+    const auto plain = work.file("b.png").path();
+    const testing::ScopedVariable path("PATH", std::string(TORVO_BIN_DIR) + ":" + std::getenv("PATH"));
+    const std::string commands[] = {
+        thunarCommand(testing::readFile(FileURL(folder + "/thunar/uca.xml"))),
+        execOf(folder + "/pcmanfm-qt/torvo.desktop", "X-Action-Profile drop"),
+        execOf(folder + "/dolphin/torvo.desktop", "Desktop Action drop"),
+        execOf(folder + "/nemo/torvo.nemo_action", "Nemo Action"),
+        folder + "/nautilus/Torvo %F",
+    };
+    for (auto command : commands) {
+        // The file manager puts the names in the place of %F; Nautilus gives them without the folder.
+        const auto place = command.find("%F");
+        ASSERT_NE(place, std::string::npos) << command;
+        command.replace(place, 2, "\"$@\"");
+        const bool isNautilus = command.starts_with(folder);
+        const auto ran = testing::run({"-c", command, "menu", isNautilus ? "-a \xFF'.png" : odd, plain},
+                                      {.program = "/bin/sh", .folder = work.path()});
+        EXPECT_EQ(ran.status, 0) << command << ran.errors;
+        done.clear();
+        dispatcher.runPending();
+        EXPECT_THAT(done, ElementsAre(odd, plain)) << command;
+    }
+    const auto checked =
+        testing::run({TORVO_PACKAGING_DIR "/torvo.desktop"}, {.program = "/usr/bin/desktop-file-validate"});
+    EXPECT_EQ(checked.output + checked.errors, "");
 }
 
 } // namespace
