@@ -4,6 +4,7 @@
 #include "app/RunTorvoCommandIntent.h"
 #include "app/Services.h"
 #include "app/Terminal.h"
+#include "linux/filemanager/FileManagers.h"
 #include "support/Json.h"
 #include "support/Text.h"
 
@@ -66,9 +67,14 @@ ExitStatus fail(const CommandArguments& arguments, ExitStatus status, const std:
     return status;
 }
 
-/// The file manager's selection: none, as long as no file manager is asked.
+/// The file manager's selection.
 std::vector<FileURL> selectedFiles() {
-    return {};
+    FileManagers fileManagers;
+    std::vector<FileURL> files;
+    for (auto& path : fileManagers.selection())
+        files.emplace_back(std::move(path));
+    fileManagers.leaveClipboardBehind();
+    return files;
 }
 
 Json describeRows(const std::vector<PreviewRow>& rows) {

@@ -14,12 +14,6 @@ namespace torvo {
 
 namespace {
 
-FileURL programFolder() {
-    std::error_code failure;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
-    return FileURL(program.native()).deletingLastPathComponent();
-}
-
 /// The system's image tool, else ours beside the program.
 std::string imageTool() {
     constexpr const char* system = "/usr/bin/sips";
@@ -34,6 +28,12 @@ std::string_view variable(const char* name) {
 }
 
 } // namespace
+
+FileURL programFolder() {
+    std::error_code failure;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
+    return FileURL(program.native()).deletingLastPathComponent();
+}
 
 FileURL homeFolder() {
     if (const auto home = variable("HOME"); home.starts_with('/'))

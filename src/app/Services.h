@@ -9,6 +9,8 @@
 
 namespace torvo {
 
+/// Where this program and its tools are.
+[[nodiscard]] FileURL programFolder();
 /// The user's home folder: $HOME, else the account's.
 [[nodiscard]] FileURL homeFolder();
 /// Where programs keep a user's data: $XDG_DATA_HOME, else ~/.local/share (XDG Base Directory Specification).

@@ -18,8 +18,4 @@ QString displayText(std::string_view text) {
     return line;
 }
 
-QString plainToolTip(const QString& text) {
-    return "<span>" + text.toHtmlEscaped() + "</span>";
-}
-
 } // namespace torvo

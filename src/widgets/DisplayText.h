@@ -1,5 +1,7 @@
 #pragma once
 
+#include "widgets/ShownText.h"
+
 #include <QString>
 #include <string>
 #include <string_view>
@@ -14,8 +16,5 @@ namespace torvo {
 [[nodiscard]] inline std::string storedText(const QString& text) {
     return text.toStdString();
 }
-
-/// A tooltip that shows exactly this text, whatever marks it holds.
-[[nodiscard]] QString plainToolTip(const QString& text);
 
 } // namespace torvo

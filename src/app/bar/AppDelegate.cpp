@@ -1,0 +1,132 @@
+#include "app/bar/AppDelegate.h"
+
+#include "desktop/SettingsStore.h"
+#include "desktop/URLEvent.h"
+#include "planning/LLMEndpoint.h"
+#include "windows/IdeasGalleryView.h"
+#include "windows/OnboardingView.h"
+#include "windows/OperationLogView.h"
+#include "windows/SettingsView.h"
+
+#include <QApplication>
+#include <QMessageBox>
+
+namespace torvo {
+
+namespace {
+
+constexpr const char* kOnboardingShown = "onboardingShown";
+constexpr const char* kBlurred = "torvobar.commandBarBlurred";
+
+} // namespace
+
+AppDelegate::AppDelegate(std::unique_ptr<X11Connection> display)
+    : m_platform(m_dispatcher, m_services.session, std::move(display)),
+      m_finder(
+          {m_platform.scripts, m_platform.accessibility, m_platform.workspace, m_platform.screens, m_platform.log}),
+      m_panel(m_platform.panel, m_platform.screens),
+      m_hotKey(m_platform.hotKeys, m_services.defaults),
+      m_settingsWindow(kSettingsWindow,
+                       [this] {
+                           return new SettingsView({m_dispatcher, m_services.defaults, m_platform.workspace,
+                                                    m_services.session, *m_updates, m_hotKey, m_platform.loginItem,
+                                                    *m_modelSetup, *m_environment, *m_commandBar, m_services.log});
+                       }),
+      m_onboardingWindow(kSetupWindow,
+                         [this] {
+                             return new OnboardingView({m_platform.accessibility, m_platform.workspace,
+                                                        m_services.defaults, *m_modelSetup, m_hotKey},
+                                                       [this] { m_onboardingWindow.close(); });
+                         }),
+      m_activityWindow(kActivityWindow, [this] { return new OperationLogView(*m_commandBar); }),
+      m_ideasWindow(kIdeasWindow, [this] {
+          return new IdeasGalleryView([this](std::string_view input) {
+              m_ideasWindow.close();
+              m_commandBar->prefill(std::string(input));
+          });
+      }) {}
+
+AppDelegate::~AppDelegate() {
+    m_platform.distributed.post(kBlurred);
+    m_attachment.reset();
+    // What runs is asked to stop; only then is its end waited for.
+    delete m_view;
+    m_commandBar.reset();
+    m_environment.reset();
+    m_modelSetup.reset();
+    m_dispatcher.finishDetached();
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    LLMEndpoint::migratePreReleaseDefaultIfNeeded(m_services.defaults);
+    m_updates.emplace(m_platform.updater);
+    m_modelSetup.emplace(LocalModelSetupService::Platform{m_dispatcher, m_services.processes, m_platform.workspace,
+                                                          m_services.defaults, m_services.session});
+    m_modelSetup->refresh();
+    m_environment.emplace(EnvironmentHealthService::Platform{m_dispatcher, m_services.processes, m_platform.workspace});
+    makeCommandBar();
+    m_attachment.emplace(*m_commandBar, m_platform.workspace, m_dispatcher);
+    m_menuBar.emplace(menuActions());
+    m_hotKey.setAction([this] { m_commandBar->toggle(); });
+    m_hotKey.applyStored();
+    if (m_services.defaults.getAs<bool>(kOnboardingShown).value_or(false)) {
+        if (!m_platform.accessibility.isTrusted())
+            m_platform.accessibility.promptForTrust();
+        return;
+    }
+    if (const auto stored = m_services.defaults.set(kOnboardingShown, true); !stored)
+        m_platform.log.write("[Torvo] " + stored.error());
+    m_onboardingWindow.present();
+}
+
+void AppDelegate::makeCommandBar() {
+    m_runner.emplace(m_finder, m_services.processes, m_services.environment);
+    m_commandBar.emplace(CommandBarServices{
+        m_dispatcher, m_panel, m_finder, m_platform.workspace, *m_runner, m_services.processes, m_services.defaults,
+        m_services.session, m_services.log, m_platform.pasteboard, m_platform.notifications, m_platform.distributed,
+        m_platform.trash,
+        OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
+    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, Backdrop::translucent);
+    m_platform.panel.setContent(m_view);
+}
+
+MenuBarService::Actions AppDelegate::menuActions() {
+    return {.showCommandBar = [this] { m_commandBar->toggle(); },
+            .openSettings = [this] { m_settingsWindow.present(); },
+            .showOnboarding = [this] { m_onboardingWindow.present(); },
+            .showActivity = [this] { m_activityWindow.present(); },
+            .showIdeas = [this] { m_ideasWindow.present(); },
+            .checkForUpdates = [this] { m_updates->checkForUpdates(); },
+            .toggleAutoAttach =
+                [this] {
+                    const bool isEnabled = !m_commandBar->state().autoAttachEnabled;
+                    m_commandBar->setAutoAttachEnabled(isEnabled);
+                    m_attachment->setEnabled(isEnabled);
+                },
+            .showAbout = [this] { showAbout(); },
+            .quit = [] { QApplication::quit(); },
+            .isAutoAttachEnabled = [this] { return m_commandBar->state().autoAttachEnabled; },
+            .shortcut = [this] { return SettingsStore::hotKey(m_services.defaults); }};
+}
+
+void AppDelegate::showAbout() {
+    auto* about = new QMessageBox(QMessageBox::NoIcon, "About Torvo",
+                                  "Torvo " TORVO_VERSION "\n\nA command bar for Finder: select files, type what you "
+                                  "want.");
+    about->setTextFormat(Qt::PlainText);
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->show();
+    about->activateWindow();
+}
+
+void AppDelegate::handleURLEvent(const std::string& address) {
+    const auto files = filesOfURL(address);
+    if (!files || !m_commandBar)
+        return;
+    if (files->empty())
+        m_commandBar->openExpanded();
+    else
+        m_commandBar->handleDrop(*files);
+}
+
+} // namespace torvo

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "app/Services.h"
+#include "app/bar/DesktopPlatform.h"
+#include "app/bar/MenuBarService.h"
+#include "assistance/EnvironmentHealthService.h"
+#include "assistance/LocalModelSetupService.h"
+#include "commandbar/CommandBarService.h"
+#include "commandbar/FinderAttachmentService.h"
+#include "commandbar/view/CommandBarView.h"
+#include "desktop/FinderService.h"
+#include "desktop/HotKeyCoordinator.h"
+#include "desktop/UpdateService.h"
+#include "windows/OrdinaryWindow.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace torvo {
+
+/// The application: makes everything at launch, in its order, and keeps it until exit.
+class AppDelegate {
+  public:
+    explicit AppDelegate(std::unique_ptr<X11Connection> display);
+    /// Tells the session that the bar is gone, and waits for what still runs beside the main thread.
+    ~AppDelegate();
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    void applicationDidFinishLaunching();
+    /// Hands the files of a "torvo:" address to the bar; an address without files opens it.
+    void handleURLEvent(const std::string& address);
+
+    [[nodiscard]] CommandBarService& commandBar() { return *m_commandBar; }
+    [[nodiscard]] QtDispatcher& dispatcher() { return m_dispatcher; }
+
+  private:
+    [[nodiscard]] MenuBarService::Actions menuActions();
+    void makeCommandBar();
+    void showAbout();
+
+    QtDispatcher m_dispatcher;
+    Services m_services;
+    DesktopPlatform m_platform;
+    FinderService m_finder;
+    CommandBarPanel m_panel;
+    HotKeyCoordinator m_hotKey;
+    std::optional<ActionRunner> m_runner;
+    std::optional<UpdateService> m_updates;
+    std::optional<LocalModelSetupService> m_modelSetup;
+    std::optional<EnvironmentHealthService> m_environment;
+    std::optional<CommandBarService> m_commandBar;
+    /// Owned by the panel's window.
+    CommandBarView* m_view = nullptr;
+    std::optional<FinderAttachmentService> m_attachment;
+    std::optional<MenuBarService> m_menuBar;
+    OrdinaryWindow m_settingsWindow;
+    OrdinaryWindow m_onboardingWindow;
+    OrdinaryWindow m_activityWindow;
+    OrdinaryWindow m_ideasWindow;
+};
+
+} // namespace torvo

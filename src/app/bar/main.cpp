@@ -1,0 +1,84 @@
+#include "app/Services.h"
+#include "app/bar/AppDelegate.h"
+#include "linux/RemoteControl.h"
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kHelp = R"(Torvo's command bar.
+
+usage: torvo-bar [URL...]
+       torvo-bar --help | --version
+
+Runs in the background: the bar docks to the front window of the file manager, and
+the shortcut (Super-Shift-Space, to be changed in Settings) gives it the keyboard.
+A second start hands its addresses, such as torvo:?files=/path, to the first one.
+See also torvo --help: toggle, drop and prefill reach the running bar.
+)";
+
+int handOver(const std::vector<std::string>& addresses) {
+    const auto done = addresses.empty() ? torvo::RemoteBar::toggle() : torvo::RemoteBar::openURLs(addresses);
+    if (!done) {
+        std::fprintf(stderr, "torvo-bar: %s\n", done.error().description.c_str());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int count, char** values) {
+    const std::vector<std::string> arguments(values + 1, values + count);
+    for (const auto& argument : arguments) {
+        if (argument == "--help" || argument == "-h") {
+            std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
+            return EXIT_SUCCESS;
+        }
+        if (argument == "--version") {
+            std::printf("torvo-bar %s\n", TORVO_VERSION);
+            return EXIT_SUCCESS;
+        }
+        if (argument.starts_with("--")) {
+            std::fprintf(stderr, "torvo-bar: “%s” is no option; see torvo-bar --help\n", argument.c_str());
+            return 2;
+        }
+    }
+    auto display = torvo::X11Connection::create();
+    if (display == nullptr) {
+        std::fputs("torvo-bar: there is no X11 desktop here; start it in a session with $DISPLAY set\n", stderr);
+        return EXIT_FAILURE;
+    }
+    torvo::addToolsToSearchPath();
+    // Places on the screen are asked of the X server, whatever else there is.
+    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName("Torvo");
+    QApplication::setDesktopFileName("torvo");
+    int qtCount = 1;
+    QApplication application(qtCount, values);
+    torvo::AppDelegate delegate(std::move(display));
+    const auto openAll = [&](const std::vector<std::string>& addresses) {
+        for (const auto& address : addresses)
+            delegate.handleURLEvent(address);
+    };
+    // Another bar that runs already gets what this one was started for.
+    const auto remote = torvo::RemoteControl::start(
+        delegate.dispatcher(), {.toggle = [&] { delegate.commandBar().toggle(); },
+                                .drop = [&](const auto& files) { delegate.commandBar().handleDrop(files); },
+                                .prefill = [&](const auto& text) { delegate.commandBar().prefill(text); },
+                                .openURLs = openAll});
+    if (!remote && remote.error().isNameTaken)
+        return handOver(arguments);
+    if (!remote)
+        std::fprintf(stderr, "torvo-bar: torvo toggle and the like will not reach it: %s\n",
+                     remote.error().description.c_str());
+    delegate.applicationDidFinishLaunching();
+    openAll(arguments);
+    return QApplication::exec();
+}
