@@ -1,0 +1,138 @@
+// The file managers themselves, on a desktop of their own, driven with real keys.
+#include "tests/support/DesktopSession.h"
+#include "tests/support/Eventually.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace torvo {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAreArray;
+
+class FileManagersTest : public ::testing::TestWithParam<testing::FileManagerKind> {
+  protected:
+    std::vector<std::string> pathsOf(const std::vector<std::string>& names) {
+        std::vector<std::string> paths;
+        for (const auto& name : names)
+            paths.push_back((files / name).path());
+        return paths;
+    }
+
+    testing::TemporaryFolder files;
+    testing::DesktopSession session;
+};
+
+TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
+    const std::vector<std::string> names{"a.png",     "b.png",     "c.txt",       "with  spaces",
+                                         "\"quoted'", "new\nline", "bad\xff.png", "ümlaut e\u0301.txt",
+                                         "-dash.png"};
+    for (const auto& name : names)
+        files.file(name, "content");
+    session.open(GetParam(), files.url());
+    auto& manager = session.fileManagers();
+    EXPECT_THAT(manager.selection(), IsEmpty());
+
+    session.press("ctrl+a");
+    EXPECT_TRUE(testing::eventually([&] { return manager.selection().size() == names.size(); }));
+    EXPECT_THAT(manager.selection(), UnorderedElementsAreArray(pathsOf(names))) << "every byte of every name";
+
+    manager.select(pathsOf({"bad\xff.png", "new\nline", "b.png"}));
+    EXPECT_TRUE(session.selectionBecomes({"bad\xff.png", "new\nline", "b.png"}));
+    manager.select(pathsOf({"a.png", "is not there"}));
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    manager.select({});
+    EXPECT_TRUE(session.selectionBecomes({}));
+
+    // Made a moment ago: the window shows it when it has noticed.
+    files.file("fresh.jpg", "content");
+    manager.select(pathsOf({"fresh.jpg"}));
+    EXPECT_TRUE(session.selectionBecomes({"fresh.jpg"}));
+
+    const auto frame = manager.frame(session.window());
+    ASSERT_TRUE(frame);
+    EXPECT_GT(frame->width, 200);
+    EXPECT_EQ(manager.frontWindow(session.pid()), session.window());
+    EXPECT_THAT(manager.processes(), ElementsAre(session.pid()));
+}
+
+TEST_P(FileManagersTest, AreLeftAloneWhileTheyHang) {
+    files.file("a.png", "content");
+    session.open(GetParam(), files.url());
+    session.press("ctrl+a");
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    auto& manager = session.fileManagers();
+
+    ASSERT_EQ(::kill(session.pid(), SIGSTOP), 0);
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_THAT(manager.selection(), IsEmpty());
+    for (int i = 0; i < 5; ++i)
+        EXPECT_FALSE(manager.folder(session.window()));
+    EXPECT_TRUE(manager.frame(session.window())) << "the X server knows";
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(2)) << "it is asked once";
+    ASSERT_EQ(::kill(session.pid(), SIGCONT), 0);
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+
+    session.close();
+    EXPECT_THAT(manager.selection(), IsEmpty());
+    manager.select(pathsOf({"a.png"}));
+    EXPECT_FALSE(manager.frontFolder());
+}
+
+TEST_P(FileManagersTest, TellSelectionsOfThousands) {
+    constexpr int kCount = 3000;
+    for (int i = 0; i < kCount; ++i)
+        std::ofstream(files.path() + "/f" + std::to_string(i) + ".txt") << i;
+    session.open(GetParam(), files.url());
+    auto& manager = session.fileManagers();
+    // While it still loads, not all that it will show is there to be selected.
+    EXPECT_TRUE(testing::eventually(
+        [&] {
+            session.press("ctrl+a");
+            return manager.selection().size() == kCount;
+        },
+        std::chrono::seconds(60)));
+    manager.select(pathsOf({"f0.txt", "f2999.txt"}));
+    EXPECT_TRUE(session.selectionBecomes(GetParam().program == "nautilus"
+                                             // What is not on the screen cannot be selected there.
+                                             ? std::vector<std::string>{"f0.txt"}
+                                             : std::vector<std::string>{"f0.txt", "f2999.txt"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktop, FileManagersTest, ::testing::ValuesIn(testing::fileManagerKinds()),
+                         [](const auto& each) {
+                             std::string name(each.param.program);
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+/// Thunar opens with the icon view, which shows nothing of its items on the accessibility bus.
+TEST(ThunarWindowTest, ReadsItsDetailsViewWithoutTheClipboard) {
+    testing::TemporaryFolder files;
+    for (const char* name : {"a.png", "b.png", "c.png"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    session.open({"thunar", "Thunar"}, files.url());
+    auto& manager = session.fileManagers();
+    session.press("ctrl+2");
+    session.press("ctrl+a");
+    EXPECT_TRUE(session.selectionBecomes({"a.png", "b.png", "c.png"}));
+    EXPECT_THAT(manager.selection(),
+                ElementsAre((files / "a.png").path(), (files / "b.png").path(), (files / "c.png").path()))
+        << "in the window's order";
+    manager.select({(files / "b.png").path()});
+    EXPECT_TRUE(session.selectionBecomes({"b.png"}));
+    session.press("ctrl+3");
+    EXPECT_TRUE(session.selectionBecomes({"b.png"}));
+    manager.select({(files / "c.png").path()});
+    EXPECT_TRUE(session.selectionBecomes({"c.png"}));
+}
+
+} // namespace
+} // namespace torvo

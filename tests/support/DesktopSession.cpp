@@ -1,0 +1,95 @@
+#include "tests/support/DesktopSession.h"
+
+#include "tests/support/Eventually.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+namespace torvo::testing {
+
+ScopedEnvironment::ScopedEnvironment(const std::map<std::string, std::string>& variables) {
+    for (const auto& [name, value] : variables) {
+        const char* before = std::getenv(name.c_str());
+        m_before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
+        ::setenv(name.c_str(), value.c_str(), 1);
+    }
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+    for (const auto& [name, value] : m_before) {
+        if (value)
+            ::setenv(name.c_str(), value->c_str(), 1);
+        else
+            ::unsetenv(name.c_str());
+    }
+}
+
+std::vector<FileManagerKind> fileManagerKinds() {
+    std::vector<FileManagerKind> kinds{{"thunar", "Thunar"}, {"pcmanfm-qt", "pcmanfm-qt"}};
+    if (std::getenv("TORVO_ALL_FILE_MANAGERS") != nullptr)
+        kinds.insert(kinds.end(), {{"dolphin", "dolphin"}, {"nautilus", "org.gnome.Nautilus"}, {"nemo", "Nemo"}});
+    return kinds;
+}
+
+DesktopSession::DesktopSession()
+    : m_environment({{"HOME", m_home.path()},
+                     {"XDG_CONFIG_HOME", (m_home / "config").path()},
+                     {"XDG_DATA_HOME", (m_home / "data").path()},
+                     {"XDG_CACHE_HOME", (m_home / "cache").path()},
+                     {"XDG_RUNTIME_DIR", (m_home / "run").path()},
+                     {"LANG", "C.UTF-8"},
+                     {"NO_AT_BRIDGE", "0"},
+                     {"XDG_CURRENT_DESKTOP", ""}}) {
+    for (const char* name : {"config", "data", "cache", "run"})
+        std::filesystem::create_directories((m_home / name).path());
+    std::filesystem::permissions((m_home / "run").path(), std::filesystem::perms::owner_all);
+    m_desktop.emplace("1280x900x24");
+    m_fileManagers = std::make_unique<FileManagers>();
+    m_fileManagers->makeAccessible();
+    EXPECT_TRUE(eventually([&] { return m_fileManagers->isAccessible(); }));
+}
+
+void DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
+    const std::string program = "/usr/bin/" + std::string(kind.program);
+    ASSERT_TRUE(std::filesystem::exists(program)) << "install it: see packages.txt and ./dev test --all";
+    m_fileManager = std::make_unique<BackgroundProgram>(program, std::vector<std::string>{folder.path()});
+    const bool isShown = m_desktop->eventually([&] {
+        const auto active = display().activeWindow();
+        if (!active || display().windowClass(*active) != kind.windowClass)
+            return false;
+        m_window = *active;
+        return m_fileManagers->folder(*active) == folder.path();
+    });
+    ASSERT_TRUE(isShown) << kind.program << " shows " << m_fileManagers->frontFolder().value_or("nothing");
+}
+
+void DesktopSession::close() {
+    m_fileManager.reset();
+    EXPECT_TRUE(m_desktop->eventually([&] { return m_fileManagers->processes().empty(); }));
+}
+
+void DesktopSession::activate(xcb_window_t window) {
+    display().activate(window);
+    EXPECT_TRUE(m_desktop->eventually([&] { return display().activeWindow() == window; }));
+}
+
+std::vector<std::string> DesktopSession::selectedNames() {
+    std::vector<std::string> names;
+    for (const auto& path : m_fileManagers->selection())
+        names.push_back(FileURL(path).lastPathComponent());
+    std::ranges::sort(names);
+    return names;
+}
+
+bool DesktopSession::selectionBecomes(std::vector<std::string> names) {
+    std::ranges::sort(names);
+    std::vector<std::string> last;
+    const bool became = eventually([&] { return (last = selectedNames()) == names; });
+    EXPECT_EQ(last, names);
+    return became;
+}
+
+} // namespace torvo::testing

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "linux/filemanager/FileManagers.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/XDesktop.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace torvo::testing {
+
+/// Sets environment variables of this process, and puts them back.
+class ScopedEnvironment {
+  public:
+    explicit ScopedEnvironment(const std::map<std::string, std::string>& variables);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+  private:
+    std::map<std::string, std::optional<std::string>> m_before;
+};
+
+/// A file manager as it is started, and as its windows say who they are.
+struct FileManagerKind {
+    std::string_view program;
+    std::string_view windowClass;
+
+    /// For the names of tests.
+    friend void PrintTo(const FileManagerKind& kind, std::ostream* out) { *out << kind.program; }
+};
+
+/// Those that every test runs with; all that Torvo drives where $TORVO_ALL_FILE_MANAGERS is set.
+[[nodiscard]] std::vector<FileManagerKind> fileManagerKinds();
+
+/// A user's session: a home of its own, an X server with a window manager, a session bus, and the accessibility bus
+/// switched on.
+class DesktopSession {
+  public:
+    DesktopSession();
+
+    /// Opens a file manager on a folder and waits until its window is active and shows that folder. Ends it with the
+    /// object.
+    void open(const FileManagerKind& kind, const FileURL& folder);
+    void close();
+
+    /// The window of the file manager.
+    [[nodiscard]] xcb_window_t window() const { return m_window; }
+    [[nodiscard]] std::int32_t pid() const { return m_fileManager->pid(); }
+    [[nodiscard]] FileManagers& fileManagers() { return *m_fileManagers; }
+    [[nodiscard]] XDesktop& desktop() { return *m_desktop; }
+    [[nodiscard]] X11Connection& display() { return m_desktop->connection(); }
+    [[nodiscard]] const TemporaryFolder& home() const { return m_home; }
+
+    /// Gives a window the keyboard.
+    void activate(xcb_window_t window);
+    /// Presses keys ("ctrl+a"), or types a text, into whatever has the keyboard.
+    static void press(const std::string& keys) { XDesktop::input({"key", keys}); }
+    static void type(const std::string& text) { XDesktop::input({"type", text}); }
+
+    /// The names of the selected items, sorted.
+    [[nodiscard]] std::vector<std::string> selectedNames();
+    /// Whether the selection comes to be these names.
+    [[nodiscard]] bool selectionBecomes(std::vector<std::string> names);
+
+  private:
+    TemporaryFolder m_home;
+    ScopedEnvironment m_environment;
+    std::optional<XDesktop> m_desktop;
+    std::unique_ptr<BackgroundProgram> m_fileManager;
+    std::unique_ptr<FileManagers> m_fileManagers;
+    xcb_window_t m_window = XCB_WINDOW_NONE;
+};
+
+} // namespace torvo::testing
