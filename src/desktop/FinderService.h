@@ -24,7 +24,8 @@ namespace torvo {
 [[nodiscard]] std::optional<Rect> finderWindowFrame(const Point& position, const Size& size, double screenHeight);
 
 /// The only place that talks to the file manager: what is selected, what the front window shows and where it is. Holds
-/// no state; callable from any thread. A file manager that is not running, hangs or refuses reads as empty.
+/// no state; callable from any thread, except for what says otherwise. A file manager that is not running, hangs or
+/// refuses reads as empty.
 class FinderService final : public Selecting {
   public:
     /// All must outlive the service.
@@ -42,7 +43,7 @@ class FinderService final : public Selecting {
     void select(const std::vector<FileURL>& items) override;
     /// The folder that the front window shows.
     [[nodiscard]] std::optional<FileURL> frontWindowFolder();
-    /// Where the front window is; only ordinary windows count.
+    /// Where the front window is; only ordinary windows count. Main thread only, because the screens are.
     [[nodiscard]] std::optional<Rect> frontWindowFrame();
 
   private:

@@ -3,6 +3,7 @@
 #include "linux/X11Connection.h"
 #include "support/Observable.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,11 +19,14 @@ namespace torvo {
 /// Which application the user works in, as the X server's window manager tells. For the connection's thread.
 class FrontApplication {
   public:
-    /// `connection` must outlive the object.
-    explicit FrontApplication(X11Connection& connection);
+    using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// The window that the user works in; the panel of this process is looked through to what is below it. Ordinary
-    /// windows of this process count.
+    /// `connection` must outlive the object.
+    explicit FrontApplication(X11Connection& connection, Clock now = std::chrono::steady_clock::now);
+
+    /// The window that the user works in. While the panel of this process is active, that is the window it was
+    /// summoned over; ordinary windows of this process count. While windows change hands there is none for a moment:
+    /// the answer stays until that has lasted a while.
     [[nodiscard]] std::optional<xcb_window_t> window();
     /// The panel's own window, to be looked through.
     void setPanel(xcb_window_t panel) { m_panel = panel; }
@@ -34,8 +38,18 @@ class FrontApplication {
     }
 
   private:
+    /// The active window, after a note of what is needed once it is the panel or none.
+    std::optional<xcb_window_t> observe();
+    /// Whether the user can see the window, and it is one that people work in.
+    [[nodiscard]] bool isWorkedIn(xcb_window_t window);
+
     X11Connection& m_connection;
+    Clock m_now;
     xcb_window_t m_panel = XCB_WINDOW_NONE;
+    /// The last window that was active and not the panel.
+    xcb_window_t m_last = XCB_WINDOW_NONE;
+    /// Since when no window is active.
+    std::optional<std::chrono::steady_clock::time_point> m_noneSince;
     /// Shared with the connection's listener, which may live longer.
     std::shared_ptr<Observers> m_observers = std::make_shared<Observers>();
 };

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace torvo {
 
@@ -19,8 +20,11 @@ std::unique_ptr<X11Connection> X11Connection::create() {
         xcb_screen_next(&screen);
     created->m_screen = screen.data;
     auto* atoms = xcb_ewmh_init_atoms(created->m_connection, &created->m_hints);
-    if (xcb_ewmh_init_atoms_replies(&created->m_hints, atoms, nullptr) == 0)
+    if (xcb_ewmh_init_atoms_replies(&created->m_hints, atoms, nullptr) == 0) {
+        // The library has released them already.
+        created->m_hints = {};
         return nullptr;
+    }
     return created;
 }
 
@@ -82,14 +86,37 @@ std::string X11Connection::textProperty(xcb_window_t window, const std::string& 
             static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
+std::vector<xcb_atom_t> X11Connection::atoms(xcb_window_t window, xcb_atom_t property) {
+    const auto cookie = xcb_get_property(m_connection, 0, window, property, XCB_ATOM_ATOM, 0, 256);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* first = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof(xcb_atom_t)};
+}
+
 void X11Connection::activate(xcb_window_t window) {
     xcb_ewmh_request_change_active_window(&m_hints, m_screenNumber, window, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
                                           XCB_CURRENT_TIME, XCB_WINDOW_NONE);
     xcb_flush(m_connection);
 }
 
+bool X11Connection::hasQueuedEvents() {
+    while (XcbReply<xcb_generic_event_t> event{xcb_poll_for_queued_event(m_connection)})
+        m_queue.push_back(std::move(event));
+    return !m_queue.empty();
+}
+
+XcbReply<xcb_generic_event_t> X11Connection::nextEvent() {
+    if (m_queue.empty())
+        return XcbReply<xcb_generic_event_t>(xcb_poll_for_event(m_connection));
+    auto event = std::move(m_queue.front());
+    m_queue.pop_front();
+    return event;
+}
+
 void X11Connection::dispatch() {
-    while (const XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
+    while (const auto event = nextEvent()) {
         for (std::size_t i = 0; i < m_listeners.size(); ++i)
             m_listeners[i](*event);
     }

@@ -3,6 +3,7 @@
 #include <xcb/xcb_ewmh.h>
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,11 +12,19 @@
 
 namespace torvo {
 
+/// Releases what xcb allocated.
+struct XcbFree {
+    void operator()(void* memory) const;
+};
+template <typename Reply>
+using XcbReply = std::unique_ptr<Reply, XcbFree>;
+
 /// A connection to the X server, with what the window manager says about windows (Extended Window Manager Hints). For
-/// one thread.
+/// one thread: another one that waited for a reply would take events from the first, which sleeps on.
 class X11Connection {
   public:
-    /// Connects to $DISPLAY; absent when there is no server, or no window manager that speaks the hints.
+    /// Connects to $DISPLAY; absent when there is no server. Without a window manager that speaks the hints, no window
+    /// is active and none is managed.
     [[nodiscard]] static std::unique_ptr<X11Connection> create();
     ~X11Connection();
     X11Connection(const X11Connection&) = delete;
@@ -38,12 +47,18 @@ class X11Connection {
     [[nodiscard]] std::string windowClass(xcb_window_t window);
     /// What a text property of a window holds; empty when it has none of that name.
     [[nodiscard]] std::string textProperty(xcb_window_t window, const std::string& name);
+    /// The atoms that a window has in a property; empty when it lacks it.
+    [[nodiscard]] std::vector<xcb_atom_t> atoms(xcb_window_t window, xcb_atom_t property);
     /// Asks the window manager to give a window the keyboard, the way a pager does.
     void activate(xcb_window_t window);
 
-    /// What polls readable when events are there.
+    /// What polls readable when events come in. A call that waits for its reply takes in the events that come before
+    /// it, so that the descriptor tells nothing of them: whoever waits on it asks `hasQueuedEvents` first.
     [[nodiscard]] int descriptor() const { return xcb_get_file_descriptor(m_connection); }
-    /// Hands every event that has arrived to those who listen; to be called when the descriptor is readable.
+    /// Whether events were taken in that nobody was told of yet. Reads nothing from the server.
+    [[nodiscard]] bool hasQueuedEvents();
+    /// Hands every event that has arrived to those who listen; to be called when the descriptor is readable, and when
+    /// there are queued events.
     void dispatch();
     /// Calls `listener` with every event from now on, as long as the connection lives.
     void listen(std::function<void(const xcb_generic_event_t&)> listener) {
@@ -52,19 +67,15 @@ class X11Connection {
 
   private:
     X11Connection() = default;
+    [[nodiscard]] XcbReply<xcb_generic_event_t> nextEvent();
 
     xcb_connection_t* m_connection = nullptr;
     xcb_ewmh_connection_t m_hints{};
     xcb_screen_t* m_screen = nullptr;
     int m_screenNumber = 0;
     std::vector<std::function<void(const xcb_generic_event_t&)>> m_listeners;
+    /// Taken from xcb's own queue, which cannot be looked into otherwise.
+    std::deque<XcbReply<xcb_generic_event_t>> m_queue;
 };
-
-/// Releases what xcb allocated.
-struct XcbFree {
-    void operator()(void* memory) const;
-};
-template <typename Reply>
-using XcbReply = std::unique_ptr<Reply, XcbFree>;
 
 } // namespace torvo

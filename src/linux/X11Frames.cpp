@@ -51,11 +51,19 @@ Rect intersection(const Rect& a, const Rect& b) {
     return {x, y, std::min(a.right(), b.right()) - x, std::min(a.top(), b.top()) - y};
 }
 
-/// The monitors, the primary one first, top edge as `y`.
-std::vector<Rect> monitors(X11Connection& connection) {
+/// What RANDR says of the monitors; nothing where the server lacks it.
+XcbReply<xcb_randr_get_monitors_reply_t> monitorsReply(X11Connection& connection) {
+    // A request for what the server lacks would end the connection.
+    const auto* extension = xcb_get_extension_data(connection.get(), &xcb_randr_id);
+    if (extension == nullptr || extension->present == 0)
+        return nullptr;
     const auto cookie = xcb_randr_get_monitors(connection.get(), connection.root(), 1);
-    const XcbReply<xcb_randr_get_monitors_reply_t> reply(
-        xcb_randr_get_monitors_reply(connection.get(), cookie, nullptr));
+    return XcbReply<xcb_randr_get_monitors_reply_t>(xcb_randr_get_monitors_reply(connection.get(), cookie, nullptr));
+}
+
+/// The monitors on the whole desktop, the primary one first, top edge as `y`.
+std::vector<Rect> monitors(X11Connection& connection) {
+    const auto reply = monitorsReply(connection);
     std::vector<Rect> frames;
     if (reply) {
         for (auto monitor = xcb_randr_get_monitors_monitors_iterator(reply.get()); monitor.rem > 0;
@@ -74,20 +82,8 @@ std::vector<Rect> monitors(X11Connection& connection) {
     return frames;
 }
 
-/// The screen that holds the middle of the active window.
-std::size_t mainScreen(X11Connection& connection, const std::vector<Rect>& frames) {
-    const auto active = connection.activeWindow();
-    const auto frame = active ? windowFrame(connection, *active) : std::nullopt;
-    if (!frame)
-        return 0;
-    const Rect middle{frame->x + frame->width / 2, frame->y + frame->height / 2, 1, 1};
-    const auto holder = std::ranges::find_if(frames, [&](const Rect& screen) { return screen.intersects(middle); });
-    return holder == frames.end() ? 0 : static_cast<std::size_t>(holder - frames.begin());
-}
-
-} // namespace
-
-std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) {
+/// Where a window is on the whole desktop, top edge as `y`.
+std::optional<Rect> frameOnDesktop(X11Connection& connection, xcb_window_t window) {
     const auto geometryCookie = xcb_get_geometry(connection.get(), window);
     const auto placeCookie = xcb_translate_coordinates(connection.get(), window, connection.root(), 0, 0);
     const XcbReply<xcb_get_geometry_reply_t> geometry(
@@ -106,12 +102,37 @@ std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) 
                 geometry->height + top + bottom};
 }
 
+/// The screen that holds the middle of the active window.
+std::size_t mainScreen(X11Connection& connection, const std::vector<Rect>& frames) {
+    const auto active = connection.activeWindow();
+    const auto frame = active ? frameOnDesktop(connection, *active) : std::nullopt;
+    if (!frame)
+        return 0;
+    const Rect middle{frame->x + frame->width / 2, frame->y + frame->height / 2, 1, 1};
+    const auto holder = std::ranges::find_if(frames, [&](const Rect& screen) { return screen.intersects(middle); });
+    return holder == frames.end() ? 0 : static_cast<std::size_t>(holder - frames.begin());
+}
+
+} // namespace
+
+std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) {
+    auto frame = frameOnDesktop(connection, window);
+    if (frame) {
+        const auto primary = monitors(connection).front();
+        frame->x -= primary.x;
+        frame->y -= primary.y;
+    }
+    return frame;
+}
+
 ScreenLayout X11Screens::layout() {
     const auto frames = monitors(m_connection);
     const auto area = workArea(m_connection);
     ScreenLayout layout{.main = mainScreen(m_connection, frames)};
-    const double bottom = frames.front().top();
-    const auto upright = [&](const Rect& rect) { return Rect{rect.x, bottom - rect.top(), rect.width, rect.height}; };
+    const auto& primary = frames.front();
+    const auto upright = [&](const Rect& rect) {
+        return Rect{rect.x - primary.x, primary.top() - rect.top(), rect.width, rect.height};
+    };
     for (const auto& frame : frames) {
         const auto visible = area ? intersection(frame, *area) : frame;
         const bool isUsable = visible.width > 0 && visible.height > 0;

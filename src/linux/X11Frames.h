@@ -8,8 +8,9 @@
 
 namespace torvo {
 
-/// Where a window is on the desktop, the window manager's decoration included and shadows that the window draws around
-/// itself left out, as a rectangle whose `y` is its top edge, counted downwards from the top of the desktop.
+/// Where a window is, the window manager's decoration included and shadows that the window draws around itself left
+/// out, as a rectangle whose `x` and `y` are its top-left corner, counted from that of the primary monitor, `y`
+/// downwards.
 [[nodiscard]] std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window);
 
 /// The monitors of the X server, without what panels and docks take from them.

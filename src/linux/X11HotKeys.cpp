@@ -38,35 +38,71 @@ std::uint16_t modifierMask(std::uint32_t modifiers) {
 
 X11HotKeys::X11HotKeys(X11Connection& connection)
     : m_connection(connection), m_symbols(xcb_key_symbols_alloc(connection.get())) {
-    connection.listen([pressed = m_pressed](const xcb_generic_event_t& event) {
-        if ((event.response_type & 0x7F) != XCB_KEY_PRESS)
-            return;
-        // A copy: the action may remove the handler.
-        if (const auto action = *pressed)
-            action();
+    connection.listen([this, alive = std::weak_ptr(m_alive)](const xcb_generic_event_t& event) {
+        if (!alive.expired())
+            handle(event);
     });
 }
 
 X11HotKeys::~X11HotKeys() {
-    removeHandler();
     for (const auto& [reference, grab] : m_grabs)
         release(grab);
     xcb_key_symbols_free(m_symbols);
 }
 
+void X11HotKeys::handle(const xcb_generic_event_t& event) {
+    const auto type = event.response_type & 0x7F;
+    if (type == XCB_KEY_PRESS) {
+        // A copy: the action may remove the handler.
+        if (const auto action = m_pressed)
+            action();
+        return;
+    }
+    if (type != XCB_MAPPING_NOTIFY)
+        return;
+    auto mapping = reinterpret_cast<const xcb_mapping_notify_event_t&>(event);
+    xcb_refresh_keyboard_mapping(m_symbols, &mapping);
+    if (std::ranges::all_of(m_grabs,
+                            [this](const auto& held) { return keysOf(held.second.symbol) == held.second.keys; }))
+        return;
+    // All go before any comes back: one may get the keys that another had.
+    for (const auto& [reference, grab] : m_grabs)
+        release(grab);
+    for (auto& [reference, grab] : m_grabs) {
+        grab.keys = keysOf(grab.symbol);
+        // Where another program has the new keys there is nobody to tell.
+        if (take(grab))
+            grab.keys.clear();
+    }
+}
+
 std::expected<void, std::int32_t> X11HotKeys::installHandler(std::function<void()> pressed) {
-    *m_pressed = std::move(pressed);
+    m_pressed = std::move(pressed);
     return {};
 }
 
 std::expected<HotKeys::Reference, std::int32_t> X11HotKeys::registerHotKey(const HotKeyCode& code) {
     const auto symbol = keySymbol(code.key);
-    const XcbReply<xcb_keycode_t> keys(symbol ? xcb_key_symbols_get_keycode(m_symbols, *symbol) : nullptr);
-    if (!keys)
+    Grab grab{symbol.value_or(XCB_NO_SYMBOL), modifierMask(code.modifiers), {}};
+    if (symbol)
+        grab.keys = keysOf(*symbol);
+    if (grab.keys.empty())
         return std::unexpected(kNoSuchKey);
-    Grab grab{{}, modifierMask(code.modifiers)};
-    for (const auto* key = keys.get(); *key != XCB_NO_SYMBOL; ++key)
-        grab.keys.push_back(*key);
+    if (const auto error = take(grab))
+        return std::unexpected(*error);
+    m_grabs.emplace(m_next, std::move(grab));
+    return m_next++;
+}
+
+std::vector<xcb_keycode_t> X11HotKeys::keysOf(xcb_keysym_t symbol) {
+    const XcbReply<xcb_keycode_t> keys(xcb_key_symbols_get_keycode(m_symbols, symbol));
+    std::vector<xcb_keycode_t> found;
+    for (const auto* key = keys.get(); key != nullptr && *key != XCB_NO_SYMBOL; ++key)
+        found.push_back(*key);
+    return found;
+}
+
+std::optional<std::int32_t> X11HotKeys::take(const Grab& grab) {
     for (const auto key : grab.keys) {
         for (const auto lock : kLocks) {
             const auto cookie = xcb_grab_key_checked(m_connection.get(), 1, m_connection.root(),
@@ -76,11 +112,10 @@ std::expected<HotKeys::Reference, std::int32_t> X11HotKeys::registerHotKey(const
             if (!error)
                 continue;
             release(grab);
-            return std::unexpected(error->error_code == XCB_ACCESS ? kHotKeyExists : error->error_code);
+            return error->error_code == XCB_ACCESS ? kHotKeyExists : error->error_code;
         }
     }
-    m_grabs.emplace(m_next, std::move(grab));
-    return m_next++;
+    return std::nullopt;
 }
 
 void X11HotKeys::release(const Grab& grab) {

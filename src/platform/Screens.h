@@ -22,7 +22,7 @@ struct ScreenLayout {
     std::optional<std::size_t> main;
 };
 
-/// Callable from any thread.
+/// Main thread only.
 class Screens {
   public:
     virtual ~Screens() = default;

@@ -53,15 +53,15 @@ BackgroundProgram::~BackgroundProgram() {
     (void)m_host.reap(m_child);
 }
 
-XDesktop::XDesktop(const std::string& screen) {
+XDesktop::XDesktop(const std::string& screen, const std::vector<std::string>& options) {
     std::array<int, 2> ends{};
     EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
     const Descriptor read(ends[0]);
     Descriptor write(ends[1]);
     // -displayfd 1: the server picks a free number and says which on its standard output.
-    m_programs.push_back(std::make_unique<BackgroundProgram>(
-        "/usr/bin/Xvfb", std::vector<std::string>{"-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp"},
-        write.get()));
+    std::vector<std::string> server{"-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp"};
+    server.insert(server.end(), options.begin(), options.end());
+    m_programs.push_back(std::make_unique<BackgroundProgram>("/usr/bin/Xvfb", server, write.get()));
     ::setenv("DISPLAY", (":" + firstLine(read.get())).c_str(), 1);
 
     EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
@@ -97,7 +97,16 @@ bool XDesktop::eventually(const std::function<bool()>& condition) const {
     });
 }
 
-XWindow::XWindow(X11Connection& connection, const std::string& application, std::int32_t pid)
+namespace {
+
+xcb_atom_t atomOf(X11Connection& connection, const std::string& name) {
+    const auto cookie = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+    return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection.get(), cookie, nullptr))->atom;
+}
+
+} // namespace
+
+XWindow::XWindow(X11Connection& connection, const std::string& application, std::int32_t pid, const std::string& type)
     : m_connection(connection), m_window(xcb_generate_id(connection.get())) {
     xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, m_window, connection.root(), 50, 60, 300, 200, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, connection.screen().root_visual, 0, nullptr);
@@ -105,6 +114,8 @@ XWindow::XWindow(X11Connection& connection, const std::string& application, std:
     xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         static_cast<std::uint32_t>(classText.size()), classText.data());
     xcb_ewmh_set_wm_pid(connection.hints(), m_window, static_cast<std::uint32_t>(pid));
+    if (!type.empty())
+        setProperty("_NET_WM_WINDOW_TYPE", {atomOf(connection, "_NET_WM_WINDOW_TYPE_" + type)}, XCB_ATOM_ATOM);
     xcb_map_window(connection.get(), m_window);
     xcb_flush(connection.get());
 }
@@ -115,10 +126,7 @@ XWindow::~XWindow() {
 }
 
 void XWindow::setProperty(const std::string& name, const std::vector<std::uint32_t>& values, xcb_atom_t type) {
-    const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-        m_connection.get(),
-        xcb_intern_atom(m_connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
-    xcb_change_property(m_connection.get(), XCB_PROP_MODE_REPLACE, m_window, atom->atom, type, 32,
+    xcb_change_property(m_connection.get(), XCB_PROP_MODE_REPLACE, m_window, atomOf(m_connection, name), type, 32,
                         static_cast<std::uint32_t>(values.size()), values.data());
     xcb_flush(m_connection.get());
 }

@@ -35,7 +35,8 @@ class BackgroundProgram {
 /// $DBUS_SESSION_BUS_ADDRESS name them.
 class XDesktop {
   public:
-    explicit XDesktop(const std::string& screen = "1280x800x24");
+    /// `options`: further ones of the server.
+    explicit XDesktop(const std::string& screen = "1280x800x24", const std::vector<std::string>& options = {});
 
     /// Presses keys or moves the mouse: the arguments of xdotool.
     static void input(const std::vector<std::string>& arguments);
@@ -53,8 +54,8 @@ class XDesktop {
 /// An ordinary window of an application.
 class XWindow {
   public:
-    /// `application`: the name in WM_CLASS.
-    XWindow(X11Connection& connection, const std::string& application, std::int32_t pid);
+    /// `application`: the name in WM_CLASS. `type`: of _NET_WM_WINDOW_TYPE, such as "DOCK"; empty for none.
+    XWindow(X11Connection& connection, const std::string& application, std::int32_t pid, const std::string& type = "");
     ~XWindow();
     XWindow(const XWindow&) = delete;
     XWindow& operator=(const XWindow&) = delete;
