@@ -89,17 +89,17 @@ void EnvironmentHealthService::installMissing() {
     std::vector<std::string> arguments{"install"};
     arguments.insert(arguments.end(), packages.begin(), packages.end());
     m_platform.dispatcher.runDetached([this, alive = std::weak_ptr(m_alive), &dispatcher = m_platform.dispatcher,
-                                       &processes = m_platform.processes, brew = *brew, arguments] {
-        const auto run = runTool(processes, brew, arguments);
+                                       &processes = m_platform.processes, brew = *brew, arguments,
+                                       stop = m_stop.get_token()] {
+        const auto run = runTool(processes, brew, arguments, stop);
         dispatcher.runOnMain([this, alive, run] {
             if (alive.expired())
                 return;
             m_isInstalling = false;
+            if (!run)
+                return say("Install failed: " + run.error());
             refresh();
-            if (run && run->status == 0)
-                say("Optional tools installed.");
-            else
-                say("Install failed: " + (run ? run->reason() : run.error()));
+            say(run->status == 0 ? "Optional tools installed." : "Install failed: " + run->reason());
         });
     });
 }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +46,10 @@ class EnvironmentHealthService {
         std::vector<std::string> locations = toolLocations();
     };
     explicit EnvironmentHealthService(Platform platform);
+    /// Ends an installation that is under way.
+    ~EnvironmentHealthService() { m_stop.request_stop(); }
+    EnvironmentHealthService(const EnvironmentHealthService&) = delete;
+    EnvironmentHealthService& operator=(const EnvironmentHealthService&) = delete;
 
     [[nodiscard]] const std::vector<ToolHealth>& tools() const { return m_tools; }
     [[nodiscard]] bool isInstalling() const { return m_isInstalling; }
@@ -67,6 +72,7 @@ class EnvironmentHealthService {
     bool m_isInstalling = false;
     std::string m_status;
     Observers m_observers;
+    std::stop_source m_stop;
     /// Expires with the service.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

@@ -50,24 +50,25 @@ void LocalModelSetupService::refresh() {
         return;
     m_isWorking = true;
     say("Checking local AI…");
-    auto baseURL = LLMEndpoint::current(m_platform.defaults).baseURL;
-    if (trimmed(baseURL, TextTrim::spacesAndLineBreaks).empty())
-        baseURL = defaultRoot();
-    m_platform.dispatcher.runDetached(
-        [this, onMain = onMainWhileAlive(), &session = m_platform.session, baseURL = std::move(baseURL)] {
-            auto models = availableModels(baseURL, session);
-            onMain([this, baseURL, models = std::move(models)] {
-                if (models)
-                    listed(baseURL, *models);
-                else
-                    notListed();
-            });
+    const auto configured = LLMEndpoint::current(m_platform.defaults).baseURL;
+    const bool isBlank = trimmed(configured, TextTrim::spacesAndLineBreaks).empty();
+    m_platform.dispatcher.runDetached([this, onMain = onMainWhileAlive(), &session = m_platform.session, configured,
+                                       baseURL = isBlank ? defaultRoot() : configured, stop = m_stop.get_token()] {
+        auto models = availableModels(baseURL, session, stop);
+        onMain([this, configured, baseURL, models = std::move(models)] {
+            m_isWorking = false;
+            if (LLMEndpoint::current(m_platform.defaults).baseURL != configured)
+                refresh();
+            else if (models)
+                listed(baseURL, *models);
+            else
+                notListed();
         });
+    });
 }
 
 void LocalModelSetupService::listed(const std::string& baseURL, const std::vector<std::string>& models) {
     m_models = models;
-    m_isWorking = false;
     if (const auto model = preferredModel(models, LLMEndpoint::current(m_platform.defaults).model)) {
         // Settings that cannot be written are written at the next check.
         (void)LLMEndpoint::setCurrent({baseURL, *model}, m_platform.defaults);
@@ -81,7 +82,6 @@ void LocalModelSetupService::listed(const std::string& baseURL, const std::vecto
 
 void LocalModelSetupService::notListed() {
     m_models.clear();
-    m_isWorking = false;
     if (LLMEndpoint::current(m_platform.defaults).baseURL != defaultRoot())
         say("The configured AI endpoint is not reachable.");
     else if (isOllamaInstalled())
@@ -110,16 +110,17 @@ void LocalModelSetupService::installOrSelectRecommendedModel() {
 void LocalModelSetupService::download(const std::string& ollama) {
     m_isWorking = true;
     say("Downloading qwen3:4b (about 2.5 GB)…");
-    m_platform.dispatcher.runDetached([this, onMain = onMainWhileAlive(), &processes = m_platform.processes, ollama] {
-        const auto run = runTool(processes, ollama, {"pull", kRecommendedModel});
-        onMain([this, run] {
-            m_isWorking = false;
-            if (!run || run->status != 0)
-                return say("Model download failed: " + (run ? run->reason() : run.error()));
-            selectRecommendedModel();
-            refresh();
+    m_platform.dispatcher.runDetached(
+        [this, onMain = onMainWhileAlive(), &processes = m_platform.processes, ollama, stop = m_stop.get_token()] {
+            const auto run = runTool(processes, ollama, {"pull", kRecommendedModel}, stop);
+            onMain([this, run] {
+                m_isWorking = false;
+                if (!run || run->status != 0)
+                    return say("Model download failed: " + (run ? run->reason() : run.error()));
+                selectRecommendedModel();
+                refresh();
+            });
         });
-    });
 }
 
 } // namespace torvo

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,10 @@ class LocalModelSetupService {
         FileURL ollamaApplication{"/Applications/Ollama.app"};
     };
     explicit LocalModelSetupService(Platform platform) : m_platform(std::move(platform)) {}
+    /// Ends a check and a download that are under way.
+    ~LocalModelSetupService() { m_stop.request_stop(); }
+    LocalModelSetupService(const LocalModelSetupService&) = delete;
+    LocalModelSetupService& operator=(const LocalModelSetupService&) = delete;
 
     /// What the server offered at the last check.
     [[nodiscard]] const std::vector<std::string>& models() const { return m_models; }
@@ -51,7 +56,8 @@ class LocalModelSetupService {
     [[nodiscard]] bool isOllamaInstalled() const;
     Subscription observe(std::function<void()> listener) { return m_observers.add(std::move(listener)); }
 
-    /// Starts a check, unless one is under way; returns at once. Where it finds a model, that one is configured.
+    /// Starts a check, unless one is under way; returns at once. Where it finds a model, that one is configured. When
+    /// another server is configured meanwhile, that one is checked.
     void refresh();
     /// Starts the step that the situation calls for: selects the recommended model, downloads it, starts Ollama, or
     /// opens the page where to get it. Returns at once.
@@ -71,6 +77,7 @@ class LocalModelSetupService {
     std::string m_status = "Checking local AI…";
     bool m_isWorking = false;
     Observers m_observers;
+    std::stop_source m_stop;
     /// Expires with the service.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,11 @@ struct ToolRun {
     [[nodiscard]] std::string reason() const;
 };
 
-/// Runs a program with this process's own environment to its end; blocks. The error says why it could not be started.
+/// Runs a program with this process's own environment to its end; blocks. What it left running may keep its streams
+/// open: they are read a moment longer, no more. A stop ends it with everything in its process group. The error says
+/// why it could not be started.
 [[nodiscard]] std::expected<ToolRun, std::string> runTool(ProcessHost& host, const std::string& executable,
-                                                          const std::vector<std::string>& arguments);
+                                                          const std::vector<std::string>& arguments,
+                                                          const std::stop_token& stop);
 
 } // namespace torvo

@@ -1,6 +1,7 @@
 #include "assistance/EnvironmentHealthService.h"
 
 #include "linux/LinuxProcessHost.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/FakeFinder.h"
 #include "tests/support/ManualDispatcher.h"
 #include "tests/support/TemporaryFolder.h"
@@ -13,7 +14,9 @@
 namespace torvo {
 namespace {
 
+using namespace std::chrono_literals;
 using ::testing::ElementsAre;
+using ::testing::StartsWith;
 
 class EnvironmentHealthServiceTest : public ::testing::Test {
   protected:
@@ -31,6 +34,13 @@ class EnvironmentHealthServiceTest : public ::testing::Test {
         EXPECT_TRUE(health.isInstalling());
         EXPECT_TRUE(dispatcher.runUntil([&] { return !health.isInstalling(); }));
         return health.status();
+    }
+
+    /// The process whose number brew wrote down.
+    ProcessIdentity leftBehind() {
+        const auto file = folder / "first/brew.pid";
+        EXPECT_TRUE(testing::eventually([&] { return testing::readFile(file).ends_with('\n'); }));
+        return processes.identity(std::stoi(testing::readFile(file))).value_or(ProcessIdentity{});
     }
 
     testing::TemporaryFolder folder;
@@ -81,6 +91,27 @@ TEST_F(EnvironmentHealthServiceTest, InstallsWhatIsMissing) {
     EXPECT_EQ(health.status(), "All optional tools are installed.") << "sips and zip come with the system";
 }
 
+TEST_F(EnvironmentHealthServiceTest, LooksAgainOnlyAfterARun) {
+    auto health = service();
+    (void)folder.file("first/brew", "#!/no/such/interpreter\n");
+    std::filesystem::permissions((folder / "first/brew").path(), std::filesystem::perms::owner_all);
+    program("first/qpdf", "");
+    EXPECT_THAT(statusAfterInstalling(health), StartsWith("Install failed: "));
+    EXPECT_EQ(health.tools()[5].path, std::nullopt);
+    program("first/brew", "exit 1");
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: exit 1");
+    EXPECT_EQ(health.tools()[5].path, first() + "qpdf");
+}
+
+TEST_F(EnvironmentHealthServiceTest, DoesNotWaitForWhatAnInstallationLeavesRunning) {
+    program("first/brew", "sleep 600 & echo $! > \"$0.pid\"; echo no space left; exit 3");
+    auto health = service();
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: no space left");
+    const auto left = leftBehind();
+    EXPECT_FALSE(processes.hasEnded(left)) << "it is no business of ours";
+    processes.signal(left, StopSignal::kill);
+}
+
 TEST_F(EnvironmentHealthServiceTest, MayGoWhileAnInstallationRuns) {
     program("first/brew", "exit 0");
     {
@@ -88,6 +119,21 @@ TEST_F(EnvironmentHealthServiceTest, MayGoWhileAnInstallationRuns) {
         health.installMissing();
     }
     dispatcher.runPending();
+}
+
+TEST_F(EnvironmentHealthServiceTest, EndsTheInstallationWhenItGoes) {
+    program("first/brew", "trap '' TERM; sleep 600 & echo $! > \"$0.pid\"; wait; wait");
+    ProcessIdentity left;
+    auto begin = std::chrono::steady_clock::now();
+    {
+        testing::ManualDispatcher threads;
+        EnvironmentHealthService health({threads, processes, workspace, {first(), second()}});
+        health.installMissing();
+        left = leftBehind();
+        begin = std::chrono::steady_clock::now();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
+    EXPECT_TRUE(testing::eventually([&] { return processes.hasEnded(left); })) << "what it started goes too";
 }
 
 } // namespace

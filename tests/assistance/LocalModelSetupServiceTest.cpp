@@ -4,6 +4,7 @@
 #include "linux/LinuxProcessHost.h"
 #include "linux/SettingsFile.h"
 #include "planning/LLMEndpoint.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/FakeFinder.h"
 #include "tests/support/ManualDispatcher.h"
 #include "tests/support/ModelServer.h"
@@ -111,6 +112,39 @@ TEST_F(LocalModelSetupServiceTest, ChecksOnceAtATime) {
     gate->open();
     ASSERT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
     EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(LocalModelSetupServiceTest, KeepsAServerThatIsConfiguredDuringACheck) {
+    (void)LLMEndpoint::setCurrent({server.url(), "old"}, defaults);
+    const auto gate = std::make_shared<testing::Gate>();
+    server.queue(ScriptedReply::status(200, R"({"data":[{"id":"old"}]})").heldBy(gate));
+    setup.refresh();
+    ASSERT_TRUE(server.waitForRequests(1));
+    const LLMEndpoint other{"http://127.0.0.1:" + std::to_string(testing::unusedPort()), "new"};
+    (void)LLMEndpoint::setCurrent(other, defaults);
+    gate->open();
+    ASSERT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
+    EXPECT_EQ(configured(), other);
+    EXPECT_EQ(setup.status(), "The configured AI endpoint is not reachable.") << "what is said is about the new one";
+}
+
+TEST_F(LocalModelSetupServiceTest, EndsWhatIsUnderWayWhenItGoes) {
+    (void)LLMEndpoint::setCurrent({server.url(), ""}, defaults);
+    server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
+    ollama("echo started > \"$0.on\"; sleep 600");
+    auto begin = std::chrono::steady_clock::now();
+    {
+        testing::ManualDispatcher threads;
+        LocalModelSetupService going(
+            {threads, processes, workspace, defaults, session, {folder.path() + "/"}, folder / "Ollama.app"});
+        going.refresh();
+        going.installOrSelectRecommendedModel();
+        EXPECT_TRUE(server.waitForRequests(1));
+        EXPECT_TRUE(testing::eventually([&] { return (folder / "ollama.on").exists(); }));
+        begin = std::chrono::steady_clock::now();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_TRUE(server.waitForHangUps(1));
 }
 
 TEST_F(LocalModelSetupServiceTest, TakesTheStepThatTheSituationCallsFor) {
