@@ -9,10 +9,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <optional>
+#include <ranges>
+#include <string_view>
 #include <utility>
 
 namespace torvo {
@@ -31,6 +31,25 @@ std::optional<std::string> contentOf(const FileURL& url) {
         readAll(file.get(), content, kLargestFile) != 0)
         return std::nullopt;
     return content;
+}
+
+/// The content of the file. Records that have no room in the largest are left out, the older ones first.
+std::string listText(const std::vector<Operation>& operations) {
+    constexpr std::string_view kOpening = "[\n";
+    constexpr std::string_view kSeparator = ",\n";
+    constexpr std::string_view kClosing = "\n]";
+    std::string text;
+    for (const auto& operation : operations | std::views::take(kMaximumOperations)) {
+        // A list of one, whose brackets are taken off: each record is encoded once, and its size is known then.
+        const auto one = Json::array({encode(operation)}).dump(2, ' ', false, Json::error_handler_t::replace);
+        const auto record =
+            std::string_view(one).substr(kOpening.size(), one.size() - kOpening.size() - kClosing.size());
+        if (text.size() + record.size() + kOpening.size() + kSeparator.size() + kClosing.size() >= kLargestFile)
+            continue;
+        text += text.empty() ? kOpening : kSeparator;
+        text += record;
+    }
+    return text.empty() ? "[]\n" : text.append(kClosing).append("\n");
 }
 
 } // namespace
@@ -52,18 +71,14 @@ std::vector<Operation> OperationStore::load() const {
         return m_file.deletingLastPathComponent().appendingPath(fmt::format("activity-corrupt-{}.json", seconds));
     };
     // An earlier one stays.
-    while (::renameat2(AT_FDCWD, m_file.path().c_str(), AT_FDCWD, aside().path().c_str(), RENAME_NOREPLACE) != 0 &&
-           errno == EEXIST)
+    while (renameWithoutReplacing(m_file.path(), aside().path()) == EEXIST)
         ++seconds;
     m_log->write(fmt::format("[Torvo] Quarantined unreadable activity log: {}", operations.error()));
     return {};
 }
 
 void OperationStore::save(const std::vector<Operation>& operations) const {
-    Json list = Json::array();
-    for (std::size_t i = 0; i < std::min(operations.size(), kMaximumOperations); ++i)
-        list.push_back(encode(operations[i]));
-    const auto text = list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    const auto text = listText(operations);
     int error = makeFolders(m_file.deletingLastPathComponent());
     if (error == 0)
         error = prepareReplacement(m_file.path(), text);

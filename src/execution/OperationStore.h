@@ -22,8 +22,8 @@ class OperationStore {
     /// The first 100 records; empty when there is no file. A file that cannot be read as a list of records is moved
     /// aside, never to be read again.
     [[nodiscard]] std::vector<Operation> load() const;
-    /// Replaces the file by the first 100 of these records: after a power cut or on a full disk there is the old list
-    /// or the new one, never a part.
+    /// Replaces the file by the first 100 of these records, without those that would make it larger than `load` reads:
+    /// after a power cut or on a full disk there is the old list or the new one, never a part.
     void save(const std::vector<Operation>& operations) const;
     /// Deletes the file, if there is one.
     void clear() const;

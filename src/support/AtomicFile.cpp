@@ -22,6 +22,21 @@ std::string temporaryOf(const std::string& path) {
     return path + ".new";
 }
 
+int linkAndUnlink(const std::string& from, const std::string& to) {
+    struct stat status{};
+    if (::lstat(from.c_str(), &status) != 0)
+        return errno;
+    if (S_ISDIR(status.st_mode))
+        return EISDIR;
+    if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), 0) != 0)
+        return errno;
+    if (::unlink(from.c_str()) == 0)
+        return 0;
+    const int failure = errno;
+    ::unlink(to.c_str());
+    return failure;
+}
+
 } // namespace
 
 std::string systemErrorText(int code) {
@@ -59,6 +74,12 @@ int writeAll(int descriptor, std::string_view bytes) {
         bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
     return 0;
+}
+
+int renameWithoutReplacing(const std::string& from, const std::string& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return 0;
+    return errno == EINVAL ? linkAndUnlink(from, to) : errno;
 }
 
 int prepareReplacement(const std::string& path, std::string_view bytes) {

@@ -24,6 +24,11 @@ namespace torvo {
 /// Writes all the bytes, however often it takes.
 [[nodiscard]] int writeAll(int descriptor, std::string_view bytes);
 
+/// Renames to a name that is free; EEXIST when it is taken. Where the file system does not know RENAME_NOREPLACE
+/// (renameat2(2)), the item gets the new name beside the old one, which then goes; for a folder, which cannot have two,
+/// EISDIR. After a failure it has its old name alone.
+[[nodiscard]] int renameWithoutReplacing(const std::string& from, const std::string& to);
+
 /// Writes the next content of a file to the disk, beside it, for the user alone. One writer at a time.
 [[nodiscard]] int prepareReplacement(const std::string& path, std::string_view bytes);
 

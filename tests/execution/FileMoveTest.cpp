@@ -1,19 +1,27 @@
 #include "execution/FileMove.h"
 
+#include "tests/support/Eventually.h"
 #include "tests/support/FolderSnapshot.h"
+#include "tests/support/Restricted.h"
 #include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
 namespace torvo {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::readFile;
@@ -31,10 +39,48 @@ TEST(MoveFile, NeverTakesANameThatIsTaken) {
         EXPECT_FALSE(moveFile(from, folder / taken).has_value()) << taken;
     EXPECT_EQ(moveFile(folder / "gone\n", folder / "x").error(),
               "“gone\uFFFD” could not be moved: No such file or directory");
+    EXPECT_EQ(moveFile(folder / "folder", folder / "folder/in").error(),
+              "“folder” could not be moved: a folder cannot be in itself");
     EXPECT_EQ(takeSnapshot(folder.path()), before);
     EXPECT_TRUE(moveFile(folder / "broken", folder / "folder/moved \xFF").has_value());
     EXPECT_TRUE(moveFile(folder / "folder", folder / "other").has_value());
     EXPECT_TRUE((folder / "other/moved \xFF").isOccupied());
+}
+
+/// The names in a folder.
+std::vector<std::string> names(const FileURL& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        names.push_back(entry.path().filename().native());
+    return names;
+}
+
+TEST(MoveFile, ManagesWhereNoRenameIsSafe) {
+    const testing::TemporaryFolder folder;
+    const auto from = folder.file("from", "new");
+    const auto taken = folder.file("taken", "old");
+    (void)folder.folder("folder");
+    testing::runRestricted({.withoutSafeRename = true}, [&] {
+        EXPECT_EQ(moveFile(from, taken).error(), "“from” could not be moved: File exists");
+        EXPECT_TRUE(moveFile(from, folder / "to").has_value());
+        EXPECT_THAT(moveFile(folder / "folder", folder / "other").error(), HasSubstr("cannot rename a folder"));
+    });
+    EXPECT_THAT(names(folder.url()), ::testing::UnorderedElementsAre("folder", "taken", "to"));
+    EXPECT_EQ(readFile(taken), "old");
+    EXPECT_EQ(readFile(folder / "to"), "new");
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can be somebody else";
+    // The old name cannot go: the new one does.
+    (void)folder.file("locked/from", "text");
+    (void)folder.folder("open");
+    for (const char* name : {"", "locked", "locked/from", "open"})
+        ASSERT_EQ(::chown((folder / name).path().c_str(), testing::kNobody, testing::kNobody), 0);
+    ASSERT_EQ(::chmod((folder / "locked").path().c_str(), 0555), 0);
+    testing::runRestricted({.withoutSafeRename = true, .asNobody = true}, [&] {
+        EXPECT_THAT(moveFile(folder / "locked/from", folder / "open/to").error(), EndsWith(": Permission denied"));
+    });
+    EXPECT_THAT(names(folder / "open"), IsEmpty());
+    EXPECT_EQ(readFile(folder / "locked/from"), "text");
 }
 
 class MoveAcrossFileSystems : public ::testing::Test {
@@ -44,12 +90,7 @@ class MoveAcrossFileSystems : public ::testing::Test {
             GTEST_SKIP() << "only root may mount a small disk";
     }
     /// Nothing but these is there: no half copy, no original that was set aside.
-    static std::vector<std::string> names(const testing::TemporaryFolder& folder) {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
-            names.push_back(entry.path().filename().native());
-        return names;
-    }
+    static std::vector<std::string> names(const testing::TemporaryFolder& folder) { return torvo::names(folder.url()); }
 
     testing::TemporaryFolder home;
     testing::SmallDisk disk{256 << 10};
@@ -77,6 +118,77 @@ TEST_F(MoveAcrossFileSystems, MovesFilesLinksAndFoldersWhole) {
     EXPECT_EQ(status.st_mtim.tv_nsec, 7);
     ASSERT_TRUE(moveFile(to, home / "back").has_value());
     EXPECT_EQ(readFile(home / "back/a \xFF"), "text");
+}
+
+TEST_F(MoveAcrossFileSystems, KeepsAccessListsAndExtendedAttributes) {
+    const auto file = home.file("file", "text");
+    // acl(5) as the kernel stores it: version 2, then tag, permissions and number of each entry.
+    const std::array<std::uint32_t, 11> list{2,          0x60001, 0xFFFFFFFF, 0x40002, 12345,     0x40004,
+                                             0xFFFFFFFF, 0x40010, 0xFFFFFFFF, 0x20,    0xFFFFFFFF};
+    ASSERT_EQ(::setxattr(file.path().c_str(), "system.posix_acl_access", list.data(), sizeof list, 0), 0);
+    ASSERT_EQ(::setxattr(file.path().c_str(), "user.note", "keep", 4, 0), 0);
+    ASSERT_EQ(::chmod(file.path().c_str(), 0440), 0);
+    const auto value = [](const FileURL& url, const char* name) {
+        std::string bytes(100, '\0');
+        bytes.resize(static_cast<std::size_t>(
+            std::max<ssize_t>(0, ::getxattr(url.path().c_str(), name, bytes.data(), bytes.size()))));
+        return bytes;
+    };
+    const auto before = value(file, "system.posix_acl_access");
+    const auto to = disk.folder() / "moved";
+    ASSERT_TRUE(moveFile(file, to).has_value());
+    EXPECT_EQ(value(to, "system.posix_acl_access"), before);
+    EXPECT_EQ(value(to, "user.note"), "keep");
+    struct stat status{};
+    ASSERT_EQ(::stat(to.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0440U);
+}
+
+TEST_F(MoveAcrossFileSystems, LeavesAnItemThatIsChangedMeanwhile) {
+    const auto file = home.file("folder/file", "text");
+    // With a lease on the file (fcntl(2)) the copying stands still in the folder until the lease is given back.
+    const auto ignoring = std::signal(SIGIO, SIG_IGN);
+    int lease = ::open(file.path().c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::fcntl(lease, F_SETLEASE, F_WRLCK), 0);
+    {
+        const std::jthread writer([&] {
+            EXPECT_TRUE(testing::eventually([&] { return !names(disk.folder()).empty(); }));
+            (void)home.file("folder/late", "new");
+            ::close(lease);
+        });
+        EXPECT_EQ(moveFile(home / "folder", disk.folder() / "moved").error(),
+                  "“folder” could not be moved: it was changed meanwhile");
+    }
+    std::signal(SIGIO, ignoring);
+    EXPECT_EQ(names(home), std::vector<std::string>{"folder"});
+    EXPECT_EQ(readFile(home / "folder/late"), "new");
+    EXPECT_EQ(readFile(file), "text");
+    EXPECT_THAT(names(disk.folder()), IsEmpty());
+}
+
+TEST_F(MoveAcrossFileSystems, RemovesWhatItCanAndSaysWhatRemains) {
+    (void)home.file("folder/locked/file", "text");
+    ASSERT_EQ(::chmod(disk.folder().path().c_str(), 0777), 0);
+    for (const char* name : {"", "folder", "folder/locked", "folder/locked/file"})
+        ASSERT_EQ(::chown((home / name).path().c_str(), testing::kNobody, testing::kNobody), 0);
+    ASSERT_EQ(::chmod((home / "folder/locked").path().c_str(), 0555), 0);
+    testing::runRestricted({.asNobody = true}, [&] {
+        const auto moved = moveFile(home / "folder", disk.folder() / "moved");
+        EXPECT_TRUE(moved.has_value()) << moved.error();
+    });
+    EXPECT_THAT(names(home), IsEmpty());
+    EXPECT_EQ(readFile(disk.folder() / "moved/locked/file"), "text");
+
+    // What is mounted in the folder can be copied but not removed.
+    const auto inside = home.folder("other/inside");
+    ASSERT_EQ(::mount("torvo-test", inside.path().c_str(), "tmpfs", 0, "size=16k"), 0);
+    const auto moved = moveFile(home / "other", disk.folder() / "other");
+    ASSERT_EQ(names(home).size(), 1U);
+    const auto left = names(home).front();
+    EXPECT_EQ(::umount2((home / (left + "/inside")).path().c_str(), MNT_DETACH), 0);
+    EXPECT_EQ(moved.error(), "“other” was moved, but what is left of it in “" + left +
+                                 "” could not be removed: Device or resource busy");
+    EXPECT_TRUE((disk.folder() / "other/inside").exists());
 }
 
 TEST_F(MoveAcrossFileSystems, LeavesEverythingAsItWasWhenItFails) {

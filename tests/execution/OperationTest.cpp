@@ -1,6 +1,7 @@
 #include "execution/OperationStore.h"
 #include "support/FileURLText.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/Restricted.h"
 #include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -142,8 +143,27 @@ TEST_F(OperationStoreTest, SetsAFileAsideThatItCannotRead) {
         EXPECT_THAT(log.lines().back(), StartsWith("[Torvo] Quarantined unreadable activity log: "));
     }
     EXPECT_EQ(log.lines().size(), bad.size());
+    (void)folder.file("Torvo/activity.json", "[");
+    testing::runRestricted({.withoutSafeRename = true}, [&] { EXPECT_THAT(store.load(), IsEmpty()); });
+    EXPECT_EQ(readFile(folder / ("Torvo/activity-corrupt-" + std::to_string(5 + bad.size()) + ".json")), "[");
+    EXPECT_FALSE(file.isOccupied());
     (void)folder.file("Torvo/activity.json", Json::array({good}).dump());
     EXPECT_EQ(store.load().size(), 1U);
+}
+
+TEST_F(OperationStoreTest, WritesNoMoreThanItReads) {
+    constexpr std::size_t kLargest = std::size_t{64} << 20;
+    const auto large = [](char fill, std::size_t size) { return sample(std::string(size, fill)); };
+    // Three thirds do not fit; what is left of the room is for a smaller one.
+    store.save({large('a', kLargest / 3), large('b', kLargest / 3), large('c', kLargest / 3), sample("old")});
+    const auto loaded = store.load();
+    ASSERT_EQ(loaded.size(), 3U);
+    EXPECT_EQ(loaded[0].title.front(), 'a');
+    EXPECT_EQ(loaded[1].title.front(), 'b');
+    EXPECT_EQ(loaded[2].title, "old");
+    store.save({});
+    EXPECT_EQ(readFile(file), "[]\n");
+    EXPECT_THAT(names(), ElementsAre("activity.json")) << "nothing was set aside";
 }
 
 TEST_F(OperationStoreTest, LeavesTheOldListWhenTheNewOneCannotBeWritten) {
