@@ -29,9 +29,9 @@ bool isStillNamed(int descriptor, const std::string& path) {
 
 } // namespace
 
-std::expected<FileLock, std::string> FileLock::take(const std::string& path) {
+std::expected<FileLock, std::string> FileLock::take(const std::string& path, std::chrono::milliseconds patience) {
     using namespace std::chrono_literals;
-    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     // flock knows no time-out, so the lock is tried again and again. Its holders keep it for milliseconds.
     for (auto pause = 500us;; pause = std::min(pause * 2, std::chrono::microseconds(20ms))) {
         const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);

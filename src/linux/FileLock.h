@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <expected>
 #include <string>
 #include <utility>
@@ -11,8 +12,9 @@ namespace torvo {
 class FileLock {
   public:
     /// Waits for the lock on `path`, which is made when it does not exist. Fails when it cannot be made, or when
-    /// somebody keeps the lock for five seconds; the error is the reason, without an end mark.
-    [[nodiscard]] static std::expected<FileLock, std::string> take(const std::string& path);
+    /// somebody keeps the lock for longer than `patience`; the error is the reason, without an end mark.
+    [[nodiscard]] static std::expected<FileLock, std::string> take(const std::string& path,
+                                                                   std::chrono::milliseconds patience);
 
     ~FileLock();
     FileLock(FileLock&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}

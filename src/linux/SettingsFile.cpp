@@ -61,10 +61,11 @@ FileURL SettingsFile::defaultLocation() {
     return FileURL(home).appendingPath(".config/torvo/settings.json");
 }
 
-SettingsFile::SettingsFile(FileURL location, Report report)
+SettingsFile::SettingsFile(FileURL location, Report report, std::chrono::milliseconds patience)
     : m_location(std::move(location)),
       m_report(report ? std::move(report) : [](const std::string& line) { std::clog << line + '\n'
-                                                                                    << std::flush; }) {}
+                                                                                    << std::flush; }),
+      m_patience(patience) {}
 
 SettingsFile::Version SettingsFile::Version::of(const struct stat& status) {
     return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)};
@@ -109,7 +110,7 @@ std::expected<void, std::string> SettingsFile::update(std::string_view key, cons
     const std::string path = followingLinks(m_location.path());
     if (const int error = makeFolders(FileURL(path).deletingLastPathComponent()))
         return failure(systemErrorText(error));
-    const auto lock = FileLock::take(path + ".lock");
+    const auto lock = FileLock::take(path + ".lock", m_patience);
     if (!lock)
         return failure(lock.error());
     refresh();

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -29,8 +30,13 @@ class SettingsFile : public UserDefaults {
     /// "settings.json" in the folder "torvo" of $XDG_CONFIG_HOME, else of ~/.config (XDG Base Directory Specification).
     [[nodiscard]] static FileURL defaultLocation();
 
+    /// How long a change waits for another process that keeps the file locked, before it fails.
+    static constexpr std::chrono::milliseconds kPatience{5000};
+    /// The same where a user waits for the window to answer.
+    static constexpr std::chrono::milliseconds kPatienceOfWindows{200};
+
     /// Touches no file before the first use. Without `report`, lines go to the standard error stream.
-    explicit SettingsFile(FileURL location, Report report = {});
+    explicit SettingsFile(FileURL location, Report report = {}, std::chrono::milliseconds patience = kPatience);
 
     [[nodiscard]] std::optional<DefaultsValue> get(std::string_view key) override;
     [[nodiscard]] bool contains(std::string_view key) override;
@@ -61,6 +67,7 @@ class SettingsFile : public UserDefaults {
 
     const FileURL m_location;
     const Report m_report;
+    const std::chrono::milliseconds m_patience;
     std::mutex m_mutex;
     nlohmann::json m_document = nlohmann::json::object();
     Content m_content = Content::nothing;

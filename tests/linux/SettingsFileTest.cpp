@@ -1,10 +1,13 @@
 #include "linux/SettingsFile.h"
 
+#include "support/Descriptor.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -302,6 +305,17 @@ TEST(SettingsFileLocation, FollowsTheBaseDirectories) {
         EXPECT_EQ(SettingsFile::defaultLocation().path(), "/home/someone/.config/torvo/settings.json");
     }));
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(SettingsFileTest, LosesPatienceWithAnotherProcessThatKeepsTheLock) {
+    EXPECT_TRUE(settings().set("a", "old"));
+    const Descriptor lock(::open((m_location.path() + ".lock").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
+    SettingsFile hasty(m_location, {}, SettingsFile::kPatienceOfWindows);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(hasty.set("a", "new").error(), "Could not save the settings: another program keeps them locked.");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_EQ(hasty.getAs<std::string>("a"), "old");
 }
 
 } // namespace
