@@ -25,10 +25,10 @@ std::string label(const SelectionSpec& spec) {
                           [](const SelectionSpec::All&) -> std::string { return "Select all items"; },
                           [](const SelectionSpec::None&) -> std::string { return "Clear selection"; },
                           [](const SelectionSpec::Extensions& extensions) {
-                              std::string text = "Select";
+                              std::vector<std::string> names;
                               for (const auto& extension : extensions.list)
-                                  text += " ." + extension;
-                              return text + " files";
+                                  names.push_back("." + extension);
+                              return "Select " + joined(names, " ") + " files";
                           },
                       },
                       spec.value);

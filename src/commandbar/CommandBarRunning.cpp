@@ -39,6 +39,8 @@ void CommandBarService::dispatch(const Action& action, const FinderContext& cont
 }
 
 void CommandBarService::awaitConfirmation(PendingAction pending, std::string prompt) {
+    // The clock that an earlier success set must not take the question away.
+    m_dismissal.reset();
     m_state.pending = std::move(pending);
     show(std::move(prompt), m_state.pendingIsDestructive() ? StatusKind::failure : StatusKind::confirm);
 }

@@ -85,6 +85,7 @@ void CommandBarService::historyDown() {
 
 void CommandBarService::browseHistory(int index) {
     const Turn turn(*this);
+    m_dismissal.reset();
     m_historyIndex = index;
     m_state.text = index == -1 ? m_stashedInput : m_history.items()[static_cast<std::size_t>(index)];
     ++m_state.focusTrigger;
@@ -245,6 +246,7 @@ void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
         else
             detach();
     }
+    m_dismissal.reset();
     m_droppedSelection = files;
     m_services.finder.select(files);
     refreshContext();
@@ -259,13 +261,15 @@ void CommandBarService::useClipboard() {
 void CommandBarService::syncAttachment() {
     const auto frame = m_services.finder.frontWindowFrame();
     const bool isVisible = m_services.panel.isVisible();
-    if (frame == m_lastFinderFrame && isVisible == frame.has_value())
+    if (isVisible && frame && frame == m_lastFinderFrame)
         return;
-    const Turn turn(*this);
     if (!frame) {
         if (isVisible)
             detach();
-    } else if (!isVisible) {
+        return;
+    }
+    const Turn turn(*this);
+    if (!isVisible) {
         placeUnder(*frame, restingForm());
     } else {
         m_lastFinderFrame = frame;

@@ -27,7 +27,7 @@ std::vector<Operation::Rename> effectiveRenames(const std::vector<PreviewRow>& r
     for (const auto& row : rows) {
         if (!row.to)
             continue;
-        Operation::Rename rename{FileURL(row.from), FileURL(*row.to)};
+        Operation::Rename rename{FileURL(row.from).standardized(), FileURL(*row.to).standardized()};
         if (!rename.from.isOccupied() && rename.to.isOccupied())
             renames.push_back(std::move(rename));
     }

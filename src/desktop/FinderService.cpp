@@ -34,7 +34,10 @@ std::optional<std::string> FinderService::runOsascript(const std::vector<std::st
 }
 
 std::vector<FileURL> FinderService::selectedFiles() {
-    return parseFinderSelection(runOsascript({"-e", kSelectionScript}).value_or(""));
+    auto files = parseFinderSelection(runOsascript({"-e", kSelectionScript}).value_or(""));
+    // The rest of a name with a line feed in it: no file of this name was selected.
+    std::erase_if(files, [](const FileURL& file) { return !file.path().starts_with('/'); });
+    return files;
 }
 
 void FinderService::select(const std::vector<FileURL>& items) {

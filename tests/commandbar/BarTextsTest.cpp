@@ -21,6 +21,8 @@ TEST(BarTexts, HintWhatReturnWouldDo) {
     };
     for (const auto& [typed, text, kind] : rows)
         EXPECT_EQ(liveHint(typed), (StatusLine{text, kind})) << typed;
+    EXPECT_EQ(previewLabel(Select{{SelectionSpec::Extensions{}}}), "Select  files")
+        << "the list is empty, not left out";
     EXPECT_EQ(previewLabel(SelectByCommand{"ls", "Find the largest"}), "Find the largest");
 }
 

@@ -166,6 +166,31 @@ TEST_F(CommandBarInput, TellsAUserWhoWentAwayAndLeavesByTheClock) {
     EXPECT_FALSE(bar.state().autoAttachEnabled);
 }
 
+TEST_F(CommandBarInput, StaysForAUserWhoGoesOn) {
+    const auto file = bar.files.file("a.txt");
+    const auto zipAndWaitALittle = [&] {
+        bar.select({"a.txt"});
+        bar.enter("zip");
+        ASSERT_TRUE(bar.settlesAs("Zipped 1 item")) << bar.state().status;
+        bar.dispatcher->advance(6s);
+    };
+    zipAndWaitALittle();
+    bar.service->historyUp();
+    bar.dispatcher->advance(10s);
+    EXPECT_EQ(bar.state().text, "zip");
+    EXPECT_EQ(bar.state().status, "Zipped 1 item");
+    zipAndWaitALittle();
+    bar.service->handleDrop({file});
+    bar.dispatcher->advance(10s);
+    EXPECT_THAT(bar.state().contextHint, ::testing::EndsWith("1 dropped"));
+    bar.service->cancel();
+    zipAndWaitALittle();
+    bar.pasteboard.files = {file};
+    bar.service->useClipboard();
+    bar.dispatcher->advance(10s);
+    EXPECT_THAT(bar.state().contextHint, ::testing::EndsWith("1 dropped"));
+}
+
 TEST_F(CommandBarInput, RevealsWhatTheLastRunCreated) {
     (void)bar.files.file("a.txt");
     bar.select({"a.txt"});
@@ -190,6 +215,12 @@ TEST_F(CommandBarInput, TellsItsListenersOnceForEachThingThatHappens) {
     EXPECT_EQ(told, 1);
     bar.service->inputChanged("zi");
     EXPECT_EQ(told, 2);
+    bar.finder.show(std::nullopt);
+    bar.service->syncAttachment();
+    EXPECT_FALSE(bar.window.isVisible());
+    EXPECT_EQ(told, 3);
+    bar.service->syncAttachment();
+    EXPECT_EQ(told, 3) << "nothing happened";
 }
 
 } // namespace

@@ -295,6 +295,34 @@ TEST_F(CommandBarScenario, DryRunAndUnsafePreviewsShowTheFilesAndTheCommand) {
     EXPECT_THAT(bar.names(), ElementsAre("a.txt", "b.txt"));
 }
 
+TEST_F(CommandBarScenario, AsksForEverythingWhereNothingCanBeConfined) {
+    for (const char* name : {"a.txt", "b.md"})
+        (void)bar.files.file(name);
+    bar.select({"a.txt"});
+    for (const auto confining : {testing::Confining::isKnownToFail, testing::Confining::fails}) {
+        bar.processes.confining = confining;
+        bar.modelAnswers(kRename, "Rename", kRenamePreview);
+        bar.enter("rename it");
+        ASSERT_TRUE(bar.settles());
+        EXPECT_EQ(bar.state().status,
+                  std::string("Rename\nPreview unavailable; review the exact command.\n$ ") + kRename);
+        ASSERT_TRUE(bar.state().pendingIsDestructive());
+        EXPECT_THAT(bar.state().pending->rows, ElementsAre(PreviewRow{(bar / "a.txt").path(), std::nullopt}));
+        bar.service->cancel();
+    }
+    bar.processes.confining = testing::Confining::isKnownToFail;
+    bar.modelAnswers("ls *.md", "Find notes", "", "select");
+    bar.enter("select my notes");
+    ASSERT_TRUE(bar.settles());
+    ASSERT_TRUE(bar.state().awaitingConfirm()) << bar.state().status;
+    EXPECT_THAT(bar.state().status, HasSubstr("ls *.md"));
+    EXPECT_THAT(bar.selectedNames(), ElementsAre("a.txt"));
+    bar.service->confirmPending();
+    ASSERT_TRUE(bar.settlesAs("Selected 1 item")) << bar.state().status;
+    EXPECT_THAT(bar.selectedNames(), ElementsAre("b.md"));
+    EXPECT_THAT(bar.names(), ElementsAre("a.txt", "b.md"));
+}
+
 TEST_F(CommandBarScenario, UndoStopsAtTheFirstFailureAndCanBeTriedAgain) {
     bar.select({});
     bar.modelAnswers("mkdir new; touch new/inside one two", "Make three");

@@ -45,6 +45,11 @@ TEST_F(FinderServiceTest, RunsItsScriptsWithExactlyTheseArguments) {
     EXPECT_THAT(runs[2], ElementsAre("-e", "tell application \"Finder\" to set selection to {}"));
 }
 
+TEST_F(FinderServiceTest, TakesNoPieceOfANameForAFile) {
+    finder.show(FileURL("/f"), {FileURL("/f/two\nlines"), FileURL("/f/a")});
+    EXPECT_THAT(finder.service.selectedFiles(), ElementsAre(FileURL("/f/two"), FileURL("/f/a")));
+}
+
 TEST_F(FinderServiceTest, ReadsAsEmptyWhenTheScriptProgramCannotStart) {
     finder.scripts.answer = [](const auto&) { return std::unexpected(std::string("no such file")); };
     EXPECT_THAT(finder.service.selectedFiles(), IsEmpty());

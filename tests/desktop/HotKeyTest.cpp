@@ -78,6 +78,21 @@ TEST_F(HotKeyCoordinatorTest, KeepsTheOldShortcutWhenTheNewOneCannotBeHad) {
     EXPECT_EQ(told, 4);
 }
 
+TEST_F(HotKeyCoordinatorTest, TakesAShortcutThatCannotBeStoredUntilItQuits) {
+    SettingsFile unwritable(folder.file("taken").appendingPath("settings.json"), [](const std::string&) {});
+    HotKeyCoordinator coordinator(platform, unwritable);
+    coordinator.setAction([this] { ++presses; });
+    ASSERT_TRUE(coordinator.applyStored());
+    EXPECT_FALSE(coordinator.update(kControlOptionK));
+    EXPECT_TRUE(coordinator.hasError());
+    EXPECT_THAT(coordinator.statusMessage(),
+                ::testing::StartsWith("The shortcut works until Torvo quits: Could not save the settings: "));
+    EXPECT_EQ(coordinator.configuration(), kControlOptionK);
+    EXPECT_EQ(platform.registered, hotKeyCode(kControlOptionK));
+    platform.pressed();
+    EXPECT_EQ(presses, 1);
+}
+
 TEST_F(HotKeyCoordinatorTest, SaysSoWhenNothingCanBeRegistered) {
     platform.handlerStatus = -1;
     HotKeyCoordinator coordinator(platform, defaults);

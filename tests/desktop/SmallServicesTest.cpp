@@ -3,10 +3,13 @@
 #include "desktop/LaunchAtLoginService.h"
 #include "desktop/Notifier.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/SmallDisk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 namespace torvo {
 namespace {
@@ -76,6 +79,15 @@ TEST_F(ClipboardTest, WritesThePictureUnderTheFirstFreeName) {
     EXPECT_THAT(ClipboardService::ingest(pasteboard, folder, desktop.url()),
                 ElementsAre(desktop / "front/Pasted image.png"));
     EXPECT_THAT(ClipboardService::ingest(pasteboard, desktop / "missing", desktop.url()), IsEmpty());
+}
+
+TEST_F(ClipboardTest, LeavesNoHalfPictureOnAFullDisk) {
+    const testing::SmallDisk disk(64 << 10);
+    if (!disk.isMounted())
+        GTEST_SKIP() << "only root may mount a small disk";
+    pasteboard.pngBytes = std::string(128 << 10, 'x');
+    EXPECT_THAT(ClipboardService::ingest(pasteboard, disk.folder().url(), desktop.url()), IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_empty(disk.folder().path()));
 }
 
 TEST(LaunchAtLogin, ActsOnlyWhereSomethingChanges) {

@@ -2,13 +2,13 @@
 
 #include "commandbar/CommandBarService.h"
 #include "linux/CurlHttpSession.h"
-#include "linux/LinuxProcessHost.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
 #include "tests/support/FakeFinder.h"
 #include "tests/support/ManualDispatcher.h"
 #include "tests/support/ModelServer.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/UnconfiningHost.h"
 
 #include <optional>
 #include <string>
@@ -61,7 +61,7 @@ class Bar {
     FakeSystemLog systemLog;
     ModelServer server;
     SettingsFile defaults;
-    LinuxProcessHost processes;
+    UnconfiningHost processes{Confining::works};
     CurlHttpSession session;
     ThreadQueue queue;
     CommandLog log;
