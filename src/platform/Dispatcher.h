@@ -22,7 +22,8 @@ class Dispatcher {
 
     /// Queues a task for the main thread, after those queued before. Callable from any thread; never runs it at once.
     virtual void runOnMain(Task task) = 0;
-    /// Runs a task on the main thread after a delay. To be called on the main thread, which also destroys the result.
+    /// Runs a task on the main thread after a delay. To be called on the main thread, which also destroys the result;
+    /// the task may do so while it runs.
     [[nodiscard]] virtual std::unique_ptr<ScheduledTask> runAfter(std::chrono::milliseconds delay, Task task) = 0;
     /// Runs a task on the main thread again and again, each time at most `tolerance` late. Main thread only, as above.
     /// The task may destroy the result.

@@ -4,10 +4,19 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace torvo::probe {
 
 namespace {
+
+/// A whole number, not below zero.
+std::size_t wholeCount(const Json& in, const char* key) {
+    const Json& value = in.at(key);
+    if (!value.is_number_unsigned())
+        throw std::runtime_error(std::string(key) + " is no count");
+    return value.get<std::size_t>();
+}
 
 /// A count that may be absent; what is below zero counts as nothing.
 std::optional<std::size_t> count(const Json& in, const char* key) {
@@ -26,8 +35,7 @@ OperationTable barOperations() {
         {"bar.previewLabel", [](const Json& in) { return Json(previewLabel(action(in.at("action")))); }},
         {"bar.contextDescription",
          [](const Json& in) {
-             return Json(
-                 contextDescription(folder(in), in.at("count").get<std::size_t>(), in.at("dropped").get<bool>()));
+             return Json(contextDescription(folder(in), wholeCount(in, "count"), in.at("dropped").get<bool>()));
          }},
         {"bar.chips",
          [](const Json& in) {

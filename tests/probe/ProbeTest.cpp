@@ -42,6 +42,8 @@ TEST(Probe, AnswersEveryLineInOrderWhateverItHolds) {
         R"({"op":"runner.gate","in":{"action":{"zipSelection":true},"context":{"folder":null,"selection":[]},"confirmed":true}})",
         R"({"op":"runner.gate","in":{"action":{"zipSelection":{}},"context":{"folder":1,"selection":[]},"confirmed":true}})",
         R"({"op":"process.errorLine","in":{"stdout":"","stderr":"","status":"x"}})",
+        R"({"op":"bar.contextDescription","in":{"folder":"/f","count":-1,"dropped":false}})",
+        R"({"op":"bar.contextDescription","in":{"folder":"/f","count":1.5,"dropped":false}})",
         "{\"op\":\"preset.match\",\"in\":{\"text\":\"\xff\"}}",
         good + good,
         "\xEF\xBB\xBF" + good,
