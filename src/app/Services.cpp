@@ -66,8 +66,8 @@ FileURL commandLogFile() {
     return (failure ? FileURL("/tmp") : folder).appendingPath("Torvo/command-log.jsonl");
 }
 
-Services::Services()
-    : defaults(SettingsFile::defaultLocation()),
+Services::Services(std::chrono::milliseconds patience)
+    : defaults(SettingsFile::defaultLocation(), {}, patience),
       log(commandLogFile(), defaults, logQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},
       executor(presets, {defaults, session, processes, log, environment}) {}

@@ -7,6 +7,8 @@
 #include "linux/ThreadQueue.h"
 #include "planning/CommandExecutor.h"
 
+#include <chrono>
+
 namespace torvo {
 
 /// Where this program and its tools are.
@@ -26,7 +28,8 @@ void addToolsToSearchPath();
 
 /// Everything that a program of ours is made of on this machine. Nothing is read or started before its first use.
 struct Services {
-    Services();
+    /// `patience`: how long a change of the settings waits for another process.
+    explicit Services(std::chrono::milliseconds patience = SettingsFile::kPatience);
 
     LinuxProcessHost processes;
     SettingsFile defaults;
