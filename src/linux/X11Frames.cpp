@@ -82,8 +82,24 @@ std::vector<Rect> monitors(X11Connection& connection) {
     return frames;
 }
 
-/// Where a window is on the whole desktop, top edge as `y`.
-std::optional<Rect> frameOnDesktop(X11Connection& connection, xcb_window_t window) {
+/// The screen that holds the middle of the active window.
+std::size_t mainScreen(X11Connection& connection, const std::vector<Rect>& frames) {
+    const auto active = connection.activeWindow();
+    const auto frame = active ? windowFrameOnDesktop(connection, *active) : std::nullopt;
+    if (!frame)
+        return 0;
+    const Rect middle{frame->x + frame->width / 2, frame->y + frame->height / 2, 1, 1};
+    const auto holder = std::ranges::find_if(frames, [&](const Rect& screen) { return screen.intersects(middle); });
+    return holder == frames.end() ? 0 : static_cast<std::size_t>(holder - frames.begin());
+}
+
+} // namespace
+
+Rect primaryMonitor(X11Connection& connection) {
+    return monitors(connection).front();
+}
+
+std::optional<Rect> windowFrameOnDesktop(X11Connection& connection, xcb_window_t window) {
     const auto geometryCookie = xcb_get_geometry(connection.get(), window);
     const auto placeCookie = xcb_translate_coordinates(connection.get(), window, connection.root(), 0, 0);
     const XcbReply<xcb_get_geometry_reply_t> geometry(
@@ -102,23 +118,10 @@ std::optional<Rect> frameOnDesktop(X11Connection& connection, xcb_window_t windo
                 geometry->height + top + bottom};
 }
 
-/// The screen that holds the middle of the active window.
-std::size_t mainScreen(X11Connection& connection, const std::vector<Rect>& frames) {
-    const auto active = connection.activeWindow();
-    const auto frame = active ? frameOnDesktop(connection, *active) : std::nullopt;
-    if (!frame)
-        return 0;
-    const Rect middle{frame->x + frame->width / 2, frame->y + frame->height / 2, 1, 1};
-    const auto holder = std::ranges::find_if(frames, [&](const Rect& screen) { return screen.intersects(middle); });
-    return holder == frames.end() ? 0 : static_cast<std::size_t>(holder - frames.begin());
-}
-
-} // namespace
-
 std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) {
-    auto frame = frameOnDesktop(connection, window);
+    auto frame = windowFrameOnDesktop(connection, window);
     if (frame) {
-        const auto primary = monitors(connection).front();
+        const auto primary = primaryMonitor(connection);
         frame->x -= primary.x;
         frame->y -= primary.y;
     }

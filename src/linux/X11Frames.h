@@ -8,9 +8,17 @@
 
 namespace torvo {
 
-/// Where a window is, the window manager's decoration included and shadows that the window draws around itself left
-/// out, as a rectangle whose `x` and `y` are its top-left corner, counted from that of the primary monitor, `y`
-/// downwards.
+/// Rectangles whose `x` and `y` are their top-left corner, `y` counted downwards. Those of the whole desktop, as the X
+/// server and toolkits count, begin at its top-left corner.
+
+/// The primary monitor on the whole desktop; where none is the primary one, the first.
+[[nodiscard]] Rect primaryMonitor(X11Connection& connection);
+
+/// Where a window is on the whole desktop, the window manager's decoration included and shadows that the window draws
+/// around itself left out.
+[[nodiscard]] std::optional<Rect> windowFrameOnDesktop(X11Connection& connection, xcb_window_t window);
+
+/// The same, counted from the top-left corner of the primary monitor.
 [[nodiscard]] std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window);
 
 /// The monitors of the X server, without what panels and docks take from them.

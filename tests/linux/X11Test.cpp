@@ -192,6 +192,8 @@ TEST_F(X11Test, CountsFromThePrimaryMonitor) {
         return frame && frame->x > 50 && frame->x < 65 && frame->y > 170 && frame->y < 205;
     })) << windowFrame(connection(), window.id())->x;
     EXPECT_EQ(X11Screens(connection()).layout().main, 0U);
+    EXPECT_EQ(primaryMonitor(connection()), (Rect{640, 100, 640, 700}));
+    EXPECT_EQ(windowFrameOnDesktop(connection(), window.id())->x, windowFrame(connection(), window.id())->x + 640);
 }
 
 TEST(X11Screens, AreOneWhereTheServerKnowsNoMonitors) {
