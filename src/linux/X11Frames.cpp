@@ -134,7 +134,8 @@ ScreenLayout X11Screens::layout() {
     ScreenLayout layout{.main = mainScreen(m_connection, frames)};
     const auto& primary = frames.front();
     const auto upright = [&](const Rect& rect) {
-        return Rect{rect.x - primary.x, primary.top() - rect.top(), rect.width, rect.height};
+        return Rect{(rect.x - primary.x) / m_scale, (primary.top() - rect.top()) / m_scale, rect.width / m_scale,
+                    rect.height / m_scale};
     };
     for (const auto& frame : frames) {
         const auto visible = area ? intersection(frame, *area) : frame;

@@ -24,13 +24,14 @@ namespace torvo {
 /// The monitors of the X server, without what panels and docks take from them.
 class X11Screens final : public Screens {
   public:
-    /// `connection` must outlive the object, which is for the connection's thread.
-    explicit X11Screens(X11Connection& connection) : m_connection(connection) {}
+    /// `connection` must outlive the object, which is for the connection's thread. `scale`: pixels in a point.
+    explicit X11Screens(X11Connection& connection, double scale = 1) : m_connection(connection), m_scale(scale) {}
 
     ScreenLayout layout() override;
 
   private:
     X11Connection& m_connection;
+    double m_scale;
 };
 
 } // namespace torvo

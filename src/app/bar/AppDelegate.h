@@ -42,7 +42,7 @@ class AppDelegate {
     void showAbout();
 
     QtDispatcher m_dispatcher;
-    Services m_services;
+    Services m_services{SettingsFile::kPatienceOfWindows};
     DesktopPlatform m_platform;
     FinderService m_finder;
     CommandBarPanel m_panel;

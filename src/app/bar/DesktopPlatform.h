@@ -21,6 +21,7 @@
 #include "linux/qt/QtPasteboard.h"
 #include "linux/qt/X11EventPump.h"
 
+#include <QGuiApplication>
 #include <memory>
 
 namespace torvo {
@@ -31,17 +32,19 @@ struct DesktopPlatform {
     DesktopPlatform(QtDispatcher& dispatcher, HttpSession& session, std::unique_ptr<X11Connection> display);
 
     std::unique_ptr<X11Connection> display;
+    /// Pixels of the X server in a point.
+    double scale = qGuiApp->devicePixelRatio();
     X11EventPump pump{*display};
-    X11Screens screens{*display};
+    X11Screens screens{*display, scale};
     FrontApplication front{*display};
     X11HotKeys hotKeys{*display};
     SessionBus bus;
     FileManagers fileManagers;
     LinuxScriptHost scripts{fileManagers};
-    LinuxAccessibility accessibility{fileManagers};
+    LinuxAccessibility accessibility{fileManagers, scale};
     DesktopOpener opener;
     LinuxWorkspace workspace{{*display, front, fileManagers, opener}};
-    QtPanel panel{*display, screens};
+    QtPanel panel{*display};
     QtPasteboard pasteboard;
     DesktopNotifications notifications{bus};
     DBusDistributedNotifications distributed{bus};

@@ -23,24 +23,13 @@ constexpr auto kSilence = std::chrono::seconds(2);
 /// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
 /// that is known counts).
 bool isOrdinary(X11Connection& display, xcb_window_t window) {
-    auto* hints = display.hints();
-    xcb_ewmh_get_atoms_reply_t types{};
-    if (xcb_ewmh_get_wm_window_type_reply(hints, xcb_ewmh_get_wm_window_type(hints, window), &types, nullptr) == 0)
-        return true;
-    const bool isNormal = types.atoms_len == 0 || types.atoms[0] == hints->_NET_WM_WINDOW_TYPE_NORMAL;
-    xcb_ewmh_get_atoms_reply_wipe(&types);
-    return isNormal;
+    const auto types = display.atoms(window, display.hints()->_NET_WM_WINDOW_TYPE);
+    return types.empty() || types.front() == display.hints()->_NET_WM_WINDOW_TYPE_NORMAL;
 }
 
 bool isHidden(X11Connection& display, xcb_window_t window) {
-    auto* hints = display.hints();
-    xcb_ewmh_get_atoms_reply_t states{};
-    if (xcb_ewmh_get_wm_state_reply(hints, xcb_ewmh_get_wm_state(hints, window), &states, nullptr) == 0)
-        return false;
-    const xcb_atom_t* end = states.atoms + states.atoms_len;
-    const bool hidden = std::find<const xcb_atom_t*>(states.atoms, end, hints->_NET_WM_STATE_HIDDEN) != end;
-    xcb_ewmh_get_atoms_reply_wipe(&states);
-    return hidden;
+    const auto states = display.atoms(window, display.hints()->_NET_WM_STATE);
+    return std::ranges::find(states, display.hints()->_NET_WM_STATE_HIDDEN) != states.end();
 }
 
 } // namespace
@@ -128,7 +117,7 @@ std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, c
             sameTitle.push_back(frames[i]);
     if (sameTitle.size() == 1)
         return sameTitle.front();
-    const auto place = windowFrame(*m_display, window);
+    const auto place = windowFrameOnDesktop(*m_display, window);
     std::optional<AccessibleObject> nearest;
     double least = 0;
     for (const auto& candidate : sameTitle.empty() ? frames : sameTitle) {

@@ -35,8 +35,8 @@ std::optional<AccessibilityValue> LinuxAccessibility::attribute(const Accessibil
     if (!frame)
         return std::nullopt;
     if (name == "AXPosition")
-        return Point{frame->x, frame->y};
-    return Size{frame->width, frame->height};
+        return Point{frame->x / m_scale, frame->y / m_scale};
+    return Size{frame->width / m_scale, frame->height / m_scale};
 }
 
 } // namespace torvo

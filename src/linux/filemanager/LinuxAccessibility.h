@@ -9,8 +9,9 @@ namespace torvo {
 /// allowed once programs are asked to be accessible, which the prompt does.
 class LinuxAccessibility final : public Accessibility {
   public:
-    /// `fileManagers` must outlive the object.
-    explicit LinuxAccessibility(FileManagers& fileManagers) : m_fileManagers(fileManagers) {}
+    /// `fileManagers` must outlive the object. `scale`: pixels in a point.
+    explicit LinuxAccessibility(FileManagers& fileManagers, double scale = 1)
+        : m_fileManagers(fileManagers), m_scale(scale) {}
 
     AccessibilityElement application(std::int32_t pid) override;
     std::optional<AccessibilityValue> attribute(const AccessibilityElement& element, std::string_view name) override;
@@ -19,6 +20,7 @@ class LinuxAccessibility final : public Accessibility {
 
   private:
     FileManagers& m_fileManagers;
+    double m_scale;
 };
 
 } // namespace torvo

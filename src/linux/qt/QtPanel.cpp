@@ -1,6 +1,8 @@
 #include "linux/qt/QtPanel.h"
 
 #include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <cmath>
 
@@ -10,6 +12,12 @@ namespace {
 
 /// _NET_WM_DESKTOP of a window that is on all of them (Extended Window Manager Hints).
 constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
+
+/// Where the desktop's origin is, the bottom-left corner of this screen.
+QRect primaryScreen() {
+    const auto* screen = QGuiApplication::primaryScreen();
+    return screen == nullptr ? QRect() : screen->geometry();
+}
 
 } // namespace
 
@@ -47,18 +55,12 @@ class QtPanel::Window final : public QWidget {
     bool m_isKey = false;
 };
 
-QtPanel::QtPanel(X11Connection& connection, Screens& screens)
-    : m_connection(connection), m_screens(screens), m_window(std::make_unique<Window>()) {
+QtPanel::QtPanel(X11Connection& connection) : m_connection(connection), m_window(std::make_unique<Window>()) {
     m_window->setGeometry(0, 0, 600, 90);
 }
 
 QtPanel::~QtPanel() {
     m_window->keyChanged = {};
-}
-
-double QtPanel::primaryHeight() const {
-    const auto layout = m_screens.layout();
-    return layout.screens.empty() ? 0 : layout.screens.front().frame.height;
 }
 
 QWidget& QtPanel::window() const {
@@ -76,13 +78,16 @@ bool QtPanel::isVisible() const {
 
 Rect QtPanel::frame() const {
     const auto geometry = m_window->geometry();
-    return {static_cast<double>(geometry.x()), primaryHeight() - geometry.y() - geometry.height(),
+    const auto primary = primaryScreen();
+    return {static_cast<double>(geometry.x() - primary.x()),
+            static_cast<double>(primary.y() + primary.height() - geometry.y() - geometry.height()),
             static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
 }
 
 void QtPanel::setFrame(const Rect& frame) {
-    const QRect geometry(static_cast<int>(std::lround(frame.x)),
-                         static_cast<int>(std::lround(primaryHeight() - frame.y - frame.height)),
+    const auto primary = primaryScreen();
+    const QRect geometry(primary.x() + static_cast<int>(std::lround(frame.x)),
+                         primary.y() + static_cast<int>(std::lround(primary.height() - frame.y - frame.height)),
                          static_cast<int>(std::lround(frame.width)), static_cast<int>(std::lround(frame.height)));
     if (m_window->geometry() != geometry)
         m_window->setGeometry(geometry);

@@ -2,9 +2,9 @@
 
 #include "linux/X11Connection.h"
 #include "platform/Panel.h"
-#include "platform/Screens.h"
 
 #include <QWidget>
+#include <memory>
 
 namespace torvo {
 
@@ -12,8 +12,8 @@ namespace torvo {
 /// from nobody.
 class QtPanel final : public Panel {
   public:
-    /// `connection` and `screens` must outlive the object.
-    QtPanel(X11Connection& connection, Screens& screens);
+    /// `connection` must outlive the object.
+    explicit QtPanel(X11Connection& connection);
     ~QtPanel() override;
     QtPanel(const QtPanel&) = delete;
     QtPanel& operator=(const QtPanel&) = delete;
@@ -34,10 +34,7 @@ class QtPanel final : public Panel {
   private:
     class Window;
 
-    [[nodiscard]] double primaryHeight() const;
-
     X11Connection& m_connection;
-    Screens& m_screens;
     std::unique_ptr<Window> m_window;
 };
 
