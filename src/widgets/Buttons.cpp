@@ -102,7 +102,7 @@ SymbolButton::SymbolButton(Symbol symbol, Tone tone, const QString& spokenName) 
     setAutoRaise(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(spokenName);
-    setToolTip(plainToolTip(spokenName));
+    setToolTip(literalToolTip(spokenName));
     applyTone();
 }
 

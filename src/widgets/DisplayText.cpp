@@ -18,4 +18,8 @@ QString displayText(std::string_view text) {
     return line;
 }
 
+QString literalToolTip(const QString& text) {
+    return "<span>" + text.toHtmlEscaped() + "</span>";
+}
+
 } // namespace torvo

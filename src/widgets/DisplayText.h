@@ -1,7 +1,5 @@
 #pragma once
 
-#include "widgets/ShownText.h"
-
 #include <QString>
 #include <string>
 #include <string_view>
@@ -16,5 +14,8 @@ namespace torvo {
 [[nodiscard]] inline std::string storedText(const QString& text) {
     return text.toStdString();
 }
+
+/// A tooltip that shows exactly this text, whatever marks it holds.
+[[nodiscard]] QString literalToolTip(const QString& text);
 
 } // namespace torvo

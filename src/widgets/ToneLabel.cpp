@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QTextLayout>
 #include <QToolTip>
+#include <algorithm>
 #include <cmath>
 
 namespace torvo {
@@ -18,6 +19,8 @@ namespace {
 constexpr int kComfortableWidth = 360;
 /// What room a text needs to be a text at all.
 constexpr int kLeastWidth = 48;
+/// How many widths a text is remembered in.
+constexpr std::size_t kKnownWidths = 8;
 
 } // namespace
 
@@ -37,6 +40,7 @@ void ToneLabel::setTone(Tone tone) {
 
 void ToneLabel::setMaximumLines(int count) {
     m_maximumLines = count;
+    m_measured.clear();
     updateGeometry();
     update();
 }
@@ -89,15 +93,28 @@ ToneLabel::Shape ToneLabel::layOut(qreal width, QPainter* painter, QPointF origi
     return shape;
 }
 
+QSizeF ToneLabel::measure(int width) const {
+    if (m_measuredText != text()) {
+        m_measured.clear();
+        m_measuredText = text();
+    }
+    const auto known = std::ranges::find(m_measured, width, &std::pair<int, QSizeF>::first);
+    if (known != m_measured.end())
+        return known->second;
+    if (m_measured.size() >= kKnownWidths)
+        m_measured.clear();
+    return m_measured.emplace_back(width, layOut(width).size).second;
+}
+
 int ToneLabel::heightForWidth(int width) const {
     const auto margins = contentsMargins();
-    const auto shape = layOut(std::max(1, width - margins.left() - margins.right()));
-    return static_cast<int>(std::ceil(shape.size.height())) + margins.top() + margins.bottom();
+    const auto size = measure(std::max(1, width - margins.left() - margins.right()));
+    return static_cast<int>(std::ceil(size.height())) + margins.top() + margins.bottom();
 }
 
 QSize ToneLabel::sizeHint() const {
     // Without a limit of lines the width is that of a paragraph, with one that of the line.
-    const auto natural = layOut(m_maximumLines == 1 ? QWIDGETSIZE_MAX : kComfortableWidth).size;
+    const auto natural = measure(m_maximumLines == 1 ? QWIDGETSIZE_MAX : kComfortableWidth);
     const int width =
         static_cast<int>(std::ceil(natural.width())) + 1 + contentsMargins().left() + contentsMargins().right();
     return {width, heightForWidth(width)};
@@ -112,7 +129,7 @@ void ToneLabel::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(font());
     painter.setPen(palette().color(foregroundRole()));
     const QRectF area = contentsRect();
-    const auto spare = area.height() - layOut(area.width()).size.height();
+    const auto spare = area.height() - measure(contentsRect().width()).height();
     const auto offset = alignment() & Qt::AlignTop ? 0 : std::max(0.0, std::round(spare / 2));
     layOut(area.width(), &painter, area.topLeft() + QPointF(0, offset));
 }
@@ -120,12 +137,14 @@ void ToneLabel::paintEvent(QPaintEvent* /*event*/) {
 void ToneLabel::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange)
         applyTone();
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange)
+        m_measured.clear();
     QLabel::changeEvent(event);
 }
 
 bool ToneLabel::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip && layOut(contentsRect().width()).isTruncated) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()), this);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), literalToolTip(text()), this);
         return true;
     }
     return QLabel::event(event);

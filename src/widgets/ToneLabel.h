@@ -3,6 +3,8 @@
 #include "widgets/Theme.h"
 
 #include <QLabel>
+#include <utility>
+#include <vector>
 
 namespace torvo {
 
@@ -33,10 +35,14 @@ class ToneLabel : public QLabel {
     };
     /// Lays the text out in that width, and draws it at `origin` when there is a painter.
     Shape layOut(qreal width, QPainter* painter = nullptr, QPointF origin = {}) const;
+    /// The size of the text in that width; layouts ask for few widths again and again.
+    [[nodiscard]] QSizeF measure(int width) const;
     void applyTone();
 
     Tone m_tone;
     int m_maximumLines = 0;
+    mutable QString m_measuredText;
+    mutable std::vector<std::pair<int, QSizeF>> m_measured;
 };
 
 /// A small explanation in the secondary colour.

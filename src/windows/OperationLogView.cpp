@@ -60,7 +60,6 @@ OperationLogView::OperationLogView(CommandBarService& service) : m_service(servi
     column->addLayout(m_pages, 1);
 
     m_subscription = m_service.observe([this] { changed(); });
-    refresh();
 }
 
 void OperationLogView::showEvent(QShowEvent* event) {
@@ -75,17 +74,17 @@ bool OperationLogView::event(QEvent* event) {
     return QWidget::event(event);
 }
 
-void OperationLogView::changed() {
-    if (!isVisible())
-        return;
+OperationLogView::Seen OperationLogView::look() const {
     const auto& state = m_service.state();
-    Seen seen{{}, state.isRunning, state.status};
+    Seen seen{{}, state.isRunning};
     for (const auto& operation : state.operations)
         seen.operations.emplace_back(operation.id, operation.undone);
-    if (seen == m_seen)
-        return;
-    m_seen = std::move(seen);
-    refresh();
+    return seen;
+}
+
+void OperationLogView::changed() {
+    if (isVisible() && look() != m_seen)
+        refresh();
 }
 
 OperationRow* OperationLogView::takeRow(const UUID& operation) {
@@ -98,8 +97,13 @@ OperationRow* OperationLogView::takeRow(const UUID& operation) {
 }
 
 void OperationLogView::refresh() {
+    m_seen = look();
     const auto& operations = m_service.state().operations;
-    const OperationRow::Actions actions{[this](const UUID& id) { m_service.undo(id); },
+    const OperationRow::Actions actions{[this](const UUID& id) {
+                                            m_service.undo(id);
+                                            // Also where it was refused, for the files are not what they were.
+                                            refresh();
+                                        },
                                         [this](const UUID& id) { m_service.rerun(id); }};
     std::vector<OperationRow*> rows;
     bool isReordered = false;

@@ -4,7 +4,7 @@
 #include "support/Observable.h"
 
 #include <QWidget>
-#include <string>
+#include <utility>
 #include <vector>
 
 class QPushButton;
@@ -30,11 +30,11 @@ class OperationLogView final : public QWidget {
     struct Seen {
         std::vector<std::pair<UUID, bool>> operations;
         bool isRunning = false;
-        std::string status;
 
         bool operator==(const Seen&) const = default;
     };
 
+    [[nodiscard]] Seen look() const;
     void changed();
     /// Brings the rows up to date, also with what became of the files. Rows stay where they are still right.
     void refresh();
