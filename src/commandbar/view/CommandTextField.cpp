@@ -4,6 +4,7 @@
 #include "widgets/Theme.h"
 
 #include <QKeyEvent>
+#include <QTimer>
 #include <utility>
 
 namespace torvo {
@@ -41,14 +42,11 @@ void CommandTextField::showText(const std::string& text) {
 void CommandTextField::setFocusTrigger(int trigger) {
     if (std::exchange(m_lastFocusTrigger, trigger) == trigger)
         return;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            setFocus(Qt::OtherFocusReason);
-            deselect();
-            end(false);
-        },
-        Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this] {
+        setFocus(Qt::OtherFocusReason);
+        deselect();
+        end(false);
+    });
 }
 
 void CommandTextField::keyPressEvent(QKeyEvent* event) {

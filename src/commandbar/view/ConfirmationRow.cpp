@@ -41,6 +41,8 @@ ConfirmationRow::ConfirmationRow(std::function<void()> confirm, std::function<vo
 }
 
 void ConfirmationRow::present(const CommandBarState& state) {
+    if (!state.pending)
+        return;
     const auto& rows = state.pending->rows;
     m_preview->present(rows);
     m_preview->setVisible(!rows.empty());

@@ -15,7 +15,7 @@ class ConfirmationRow final : public QWidget {
   public:
     ConfirmationRow(std::function<void()> confirm, std::function<void()> cancel, QWidget* parent = nullptr);
 
-    /// `state` awaits a confirmation.
+    /// Changes nothing when the state awaits no confirmation.
     void present(const CommandBarState& state);
 
   private:
