@@ -52,9 +52,9 @@ DesktopSession::DesktopSession()
     EXPECT_TRUE(eventually([&] { return m_fileManagers->isAccessible(); }));
 }
 
-void DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
+bool DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
     const std::string program = "/usr/bin/" + std::string(kind.program);
-    ASSERT_TRUE(std::filesystem::exists(program)) << "install it: see packages.txt and ./dev test --all";
+    EXPECT_TRUE(std::filesystem::exists(program)) << "install it: see packages.txt and ./dev test --all";
     m_fileManager = std::make_unique<BackgroundProgram>(program, std::vector<std::string>{folder.path()});
     const bool isShown = m_desktop->eventually([&] {
         const auto active = display().activeWindow();
@@ -63,7 +63,8 @@ void DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
         m_window = *active;
         return m_fileManagers->folder(*active) == folder.path();
     });
-    ASSERT_TRUE(isShown) << kind.program << " shows " << m_fileManagers->frontFolder().value_or("nothing");
+    EXPECT_TRUE(isShown) << kind.program << " shows " << m_fileManagers->frontFolder().value_or("nothing");
+    return isShown;
 }
 
 void DesktopSession::close() {
@@ -79,7 +80,7 @@ void DesktopSession::activate(xcb_window_t window) {
 std::vector<std::string> DesktopSession::selectedNames() {
     std::vector<std::string> names;
     for (const auto& path : m_fileManagers->selection())
-        names.push_back(FileURL(path).lastPathComponent());
+        names.emplace_back(FileURL(path).lastPathComponent());
     std::ranges::sort(names);
     return names;
 }

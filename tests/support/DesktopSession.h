@@ -43,9 +43,9 @@ class DesktopSession {
   public:
     DesktopSession();
 
-    /// Opens a file manager on a folder and waits until its window is active and shows that folder. Ends it with the
-    /// object.
-    void open(const FileManagerKind& kind, const FileURL& folder);
+    /// Opens a file manager on a folder and waits until its window is active and shows that folder; false when it does
+    /// not come to that. It ends with the object.
+    [[nodiscard]] bool open(const FileManagerKind& kind, const FileURL& folder);
     void close();
 
     /// The window of the file manager.

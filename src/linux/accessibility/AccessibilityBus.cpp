@@ -123,13 +123,14 @@ std::vector<AccessibilityBus::Answer> AccessibilityBus::callAll(const std::vecto
 }
 
 std::optional<AccessibleObject> AccessibilityBus::application(std::int32_t pid, Deadline deadline) {
-    {
-        const std::lock_guard guard(m_lock);
-        if (const auto known = m_applications.find(pid); known != m_applications.end()) {
-            if (call({.object = known->second, .interface = kAccessible, .member = "GetRole"}, deadline))
-                return known->second;
-            m_applications.erase(known);
-        }
+    const std::lock_guard guard(m_lock);
+    const auto answers = [&](const AccessibleObject& object) {
+        return call({.object = object, .interface = kAccessible, .member = "GetRole"}, deadline).has_value();
+    };
+    if (const auto known = m_applications.find(pid); known != m_applications.end()) {
+        if (answers(known->second))
+            return known->second;
+        m_applications.erase(known);
     }
     const auto reply = call({.object = {"org.a11y.atspi.Registry", kRootPath},
                              .interface = kAccessible,
@@ -149,10 +150,9 @@ std::optional<AccessibleObject> AccessibilityBus::application(std::int32_t pid, 
         guint32 number = 0;
         if (owner)
             g_variant_get(owner->get(), "(u)", &number);
-        if (number != static_cast<guint32>(pid))
-            continue;
-        const std::lock_guard guard(m_lock);
-        return m_applications[pid] = {program, path};
+        const AccessibleObject found{program, path};
+        if (number == static_cast<guint32>(pid) && answers(found))
+            return m_applications[pid] = found;
     }
     return std::nullopt;
 }

@@ -203,8 +203,13 @@ bool FileManagers::isAccessible() {
 
 void FileManagers::makeAccessible() {
     const std::lock_guard guard(m_lock);
-    if (session() != nullptr)
-        AccessibilityBus::enable(*m_session, steady_clock::now() + kAnswerTime);
+    const auto deadline = steady_clock::now() + kWorkTime;
+    if (session() == nullptr)
+        return;
+    AccessibilityBus::enable(*m_session, deadline);
+    // Asking for any program starts the registry, without which those built with Qt 5 do not register.
+    if (auto* bus = accessibility(deadline))
+        (void)bus->application(0, deadline);
 }
 
 } // namespace torvo

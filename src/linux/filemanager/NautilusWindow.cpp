@@ -123,6 +123,9 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
         return;
     const auto shown = items.empty() ? std::nullopt : folder(deadline);
     std::vector<std::int32_t> positions;
+    // What is there by then must still be selected.
+    const auto now = std::chrono::steady_clock::now();
+    const auto lastLook = now + (deadline - now) * 6 / 10;
     while (shown && positions.size() < items.size()) {
         const ShownNames entries(*shown);
         if (const auto all = order(reader, *list, entries)) {
@@ -133,7 +136,7 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
             std::iota(every.begin(), every.end(), 0);
             positions = entries.indices(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), items);
         }
-        if (reader.isOver())
+        if (std::chrono::steady_clock::now() >= lastLook)
             break;
         if (positions.size() < items.size())
             std::this_thread::sleep_for(kPause);

@@ -77,6 +77,9 @@ std::optional<std::size_t> itemWithShortcut(const AccessibleReader& reader, cons
 
 std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewItems& view, const std::string& folder,
                                      const std::vector<std::string>& items) {
+    // What is there by then must still be selected.
+    const auto now = std::chrono::steady_clock::now();
+    const auto lastLook = now + (reader.deadline() - now) * 6 / 10;
     std::int32_t lastCount = -1;
     std::vector<std::int32_t> found;
     while (true) {
@@ -91,7 +94,7 @@ std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewI
             found = entries.indices(view.names(all), items);
             lastCount = count;
         }
-        if (found.size() >= items.size() || std::chrono::steady_clock::now() + kPause >= reader.deadline())
+        if (found.size() >= items.size() || std::chrono::steady_clock::now() + kPause >= lastLook)
             return found;
         std::this_thread::sleep_for(kPause);
     }

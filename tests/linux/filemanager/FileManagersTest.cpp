@@ -35,7 +35,7 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
                                          "-dash.png"};
     for (const auto& name : names)
         files.file(name, "content");
-    session.open(GetParam(), files.url());
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
     auto& manager = session.fileManagers();
     EXPECT_THAT(manager.selection(), IsEmpty());
 
@@ -64,7 +64,7 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
 
 TEST_P(FileManagersTest, AreLeftAloneWhileTheyHang) {
     files.file("a.png", "content");
-    session.open(GetParam(), files.url());
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
     session.press("ctrl+a");
     EXPECT_TRUE(session.selectionBecomes({"a.png"}));
     auto& manager = session.fileManagers();
@@ -89,7 +89,7 @@ TEST_P(FileManagersTest, TellSelectionsOfThousands) {
     constexpr int kCount = 3000;
     for (int i = 0; i < kCount; ++i)
         std::ofstream(files.path() + "/f" + std::to_string(i) + ".txt") << i;
-    session.open(GetParam(), files.url());
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
     auto& manager = session.fileManagers();
     // While it still loads, not all that it will show is there to be selected.
     EXPECT_TRUE(testing::eventually(
@@ -118,7 +118,7 @@ TEST(ThunarWindowTest, ReadsItsDetailsViewWithoutTheClipboard) {
     for (const char* name : {"a.png", "b.png", "c.png"})
         files.file(name, "content");
     testing::DesktopSession session;
-    session.open({"thunar", "Thunar"}, files.url());
+    ASSERT_TRUE(session.open({"thunar", "Thunar"}, files.url()));
     auto& manager = session.fileManagers();
     session.press("ctrl+2");
     session.press("ctrl+a");
