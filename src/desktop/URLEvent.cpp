@@ -53,7 +53,8 @@ std::optional<std::vector<FileURL>> filesOfURL(std::string_view address) {
         const auto equals = item.find('=');
         if (percentDecoded(item.substr(0, equals)) != "files")
             continue;
-        const auto value = equals == std::string_view::npos ? "" : *percentDecoded(item.substr(equals + 1));
+        const auto encoded = equals == std::string_view::npos ? std::string_view{} : item.substr(equals + 1);
+        const auto value = percentDecoded(encoded).value_or("");
         for (const auto path : split(value, '\n')) {
             if (path.starts_with('/') && path.find('\0') == std::string_view::npos)
                 files.emplace_back(std::string(path));

@@ -25,6 +25,7 @@ std::expected<std::shared_ptr<DBusConnection>, std::string> DBusConnection::sess
 
 std::expected<std::shared_ptr<DBusConnection>, std::string> DBusConnection::open(const std::string& address) {
     GError* error = nullptr;
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags are combined
     constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     GLibPointer<GDBusConnection> connection(

@@ -37,8 +37,7 @@ TEST(URLEvent, NamesTheFilesOfItsFirstFilesItem) {
     };
     for (const auto& [address, paths] : rows) {
         const auto files = filesOfURL(address);
-        ASSERT_TRUE(files.has_value()) << address;
-        EXPECT_EQ(pathsOf(*files), paths) << address;
+        EXPECT_EQ(files ? pathsOf(*files) : std::vector<std::string>{"another scheme"}, paths) << address;
     }
     for (const char* address : {"", "torvo", "torvox:?files=/a", "file:///a", ":?files=/a", "x?torvo:files=/a"})
         EXPECT_FALSE(filesOfURL(address).has_value()) << address;

@@ -147,6 +147,7 @@ TEST(StderrLog, WritesWholeLinesThatCannotDriveATerminal) {
     ::testing::internal::CaptureStderr();
     {
         std::vector<std::jthread> writers;
+        writers.reserve(4);
         for (int i = 0; i < 4; ++i)
             writers.emplace_back([] {
                 StderrLog log;

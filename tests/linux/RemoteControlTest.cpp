@@ -50,7 +50,7 @@ TEST_F(RemoteControlTest, HandsOrdersOverToTheMainThreadByteForByte) {
                                   "open torvo:?files=/a", "open torvo:?files=/%FF %C3%BC"));
 
     // Ten thousand files are one call.
-    std::vector<FileURL> many(10000, FileURL("/some/folder/with/a/name.png"));
+    const std::vector<FileURL> many(10000, FileURL("/some/folder/with/a/name.png"));
     done.clear();
     EXPECT_TRUE(RemoteBar::drop(many).has_value());
     dispatcher.runPending();
