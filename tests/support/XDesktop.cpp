@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <utility>
 
 namespace torvo::testing {
 
@@ -44,6 +45,11 @@ BackgroundProgram::BackgroundProgram(const std::string& program, const std::vect
                                       .standardError = nowhere.get()});
     EXPECT_TRUE(child.has_value()) << program;
     m_child = child.value_or(-1);
+}
+
+int BackgroundProgram::end() {
+    m_host.signalGroup(m_child, StopSignal::terminate);
+    return m_host.reap(std::exchange(m_child, -1));
 }
 
 BackgroundProgram::~BackgroundProgram() {

@@ -25,6 +25,8 @@ class BackgroundProgram {
     BackgroundProgram& operator=(const BackgroundProgram&) = delete;
 
     [[nodiscard]] std::int32_t pid() const { return m_child; }
+    /// Asks it to end and waits until it has; its exit status.
+    [[nodiscard]] int end();
 
   private:
     LinuxProcessHost m_host;

@@ -2,9 +2,16 @@
 #include "app/bar/AppDelegate.h"
 #include "linux/RemoteControl.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QApplication>
+#include <QSocketNotifier>
+#include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +28,25 @@ the shortcut (Super-Shift-Space, to be changed in Settings) gives it the keyboar
 A second start hands its addresses, such as torvo:?files=/path, to the first one.
 See also torvo --help: toggle, drop and prefill reach the running bar.
 )";
+
+/// What a session sends at log-out, and a terminal for Ctrl-C, ends the program as "Quit Torvo" does.
+class EndingSignals {
+  public:
+    EndingSignals() {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        s_end = ends[1];
+        m_notifier.emplace(ends[0], QSocketNotifier::Read);
+        QObject::connect(&*m_notifier, &QSocketNotifier::activated, &QApplication::quit);
+        for (const int each : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(each, [](int /*signal*/) { (void)!::write(s_end, "", 1); });
+    }
+
+  private:
+    static inline volatile int s_end = -1;
+    std::optional<QSocketNotifier> m_notifier;
+};
 
 int handOver(const std::vector<std::string>& addresses) {
     const auto done = addresses.empty() ? torvo::RemoteBar::toggle() : torvo::RemoteBar::openURLs(addresses);
@@ -62,6 +88,7 @@ int main(int count, char** values) {
     QApplication::setDesktopFileName("torvo");
     int qtCount = 1;
     QApplication application(qtCount, values);
+    const EndingSignals endingSignals;
     torvo::AppDelegate delegate(std::move(display));
     const auto openAll = [&](const std::vector<std::string>& addresses) {
         for (const auto& address : addresses)

@@ -35,6 +35,7 @@ enum class AccessibleRole : std::uint32_t {
     scrollBar = 48,
     scrollPane = 49,
     splitPane = 53,
+    statusBar = 54,
     table = 55,
     tableCell = 56,
     text = 61,

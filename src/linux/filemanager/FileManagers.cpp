@@ -14,9 +14,11 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/// How long a program may take to show that it answers at all, and to tell or do something.
+/// How long a program may take to show that it answers at all, to tell something, and to select: Thunar needs seconds
+/// to show a large folder in another view.
 constexpr auto kAnswerTime = std::chrono::milliseconds(300);
 constexpr auto kWorkTime = std::chrono::seconds(2);
+constexpr auto kSelectTime = std::chrono::seconds(5);
 /// How long a program that did not answer is left alone.
 constexpr auto kSilence = std::chrono::seconds(2);
 
@@ -193,7 +195,7 @@ void FileManagers::select(const std::vector<std::string>& items) {
     const std::lock_guard guard(m_lock);
     const auto window = topmost();
     if (auto* each = window ? adapter(*window) : nullptr)
-        each->select(items, steady_clock::now() + kWorkTime);
+        each->select(items, steady_clock::now() + kSelectTime);
 }
 
 bool FileManagers::isAccessible() {

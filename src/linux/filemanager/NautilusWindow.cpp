@@ -17,6 +17,7 @@ constexpr std::int32_t kFewItems = 200;
 /// So many items are looked at to tell how the view is sorted.
 constexpr std::int32_t kLooks = 200;
 constexpr auto kPause = std::chrono::milliseconds(40);
+constexpr auto kPatience = std::chrono::milliseconds(1500);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
 std::string objectPathOf(xcb_window_t window) {
@@ -125,7 +126,7 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
     std::vector<std::int32_t> positions;
     // What is there by then must still be selected.
     const auto now = std::chrono::steady_clock::now();
-    const auto lastLook = now + (deadline - now) * 6 / 10;
+    const auto lastLook = now + std::min<std::chrono::nanoseconds>((deadline - now) * 6 / 10, kPatience);
     while (shown && positions.size() < items.size()) {
         const ShownNames entries(*shown);
         if (const auto all = order(reader, *list, entries)) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <thread>
 
 namespace torvo {
@@ -21,6 +22,8 @@ constexpr std::size_t kViewMenu = 2;
 constexpr std::array<std::string_view, 3> kViewShortcuts{"ctrl+1", "ctrl+2", "ctrl+3"};
 /// More names than that come faster through the clipboard.
 constexpr std::size_t kFewItems = 64;
+/// How long a menu may take to open or close.
+constexpr auto kMenuTime = std::chrono::milliseconds(500);
 
 bool isFolder(const std::string& path) {
     struct stat status{};
@@ -122,22 +125,49 @@ std::optional<AccessibleNode> ThunarWindow::menuItem(const AccessibleReader& rea
         m_menuBar.reset();
         return std::nullopt;
     }
-    // A menu is made when it is opened, for the selection of that moment, and stays when it is closed.
-    if (isFresh || reader.childCount(menus[menu]) == 0) {
-        reader.press(menus[menu]);
-        while (reader.childCount(menus[menu]) == 0 && !reader.isOver())
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        reader.clearSelection(*m_menuBar);
-    }
+    if (isFresh || reader.childCount(menus[menu]) == 0)
+        remakeMenu(reader, menus[menu]);
     const auto items = reader.children(menus[menu]);
     const auto found = itemWithShortcut(reader, items, shortcut);
     return found ? std::optional(reader.node(items[*found])) : std::nullopt;
 }
 
+/// A menu is made when it is opened, for the selection of that moment, and stays when it is closed. It has the keyboard
+/// while it is open: it is closed for certain.
+void ThunarWindow::remakeMenu(const AccessibleReader& reader, const AccessibleObject& menu) {
+    const auto isOpen = [&] {
+        const auto first = reader.child(menu, 0);
+        return first && reader.node(*first).has(AccessibleState::showing);
+    };
+    const auto await = [&](bool wanted) {
+        const auto end = std::min(reader.deadline(), std::chrono::steady_clock::now() + kMenuTime);
+        while (isOpen() != wanted && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    };
+    reader.press(menu);
+    await(true);
+    reader.clearSelection(*m_menuBar);
+    await(false);
+}
+
+/// What the status bar says without the numbers: with nothing selected, always one of a few sentences.
+std::string ThunarWindow::statusWords(const AccessibleReader& reader) {
+    if (!m_statusBar || reader.node(*m_statusBar).role != AccessibleRole::statusBar)
+        m_statusBar = findShown(reader, m_access.frame, {AccessibleRole::statusBar});
+    std::string words = m_statusBar ? reader.name(*m_statusBar) : "";
+    std::erase_if(words, [](unsigned char c) { return std::isdigit(c) != 0 || c == '.' || c == ','; });
+    return words;
+}
+
 std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
+    const auto words = statusWords(reader);
+    if (!words.empty() && m_wordsOfNothing.contains(words))
+        return {};
     auto copy = menuItem(reader, kEditMenu, "ctrl+c");
     if (copy && !copy->has(AccessibleState::sensitive))
         copy = menuItem(reader, kEditMenu, "ctrl+c", true);
+    if (copy && !copy->has(AccessibleState::sensitive) && statusWords(reader) == words)
+        m_wordsOfNothing.insert(words);
     if (!copy || !copy->has(AccessibleState::sensitive))
         return {};
     return copiedFiles(m_access.clipboard, [&] { reader.press(copy->object); }, reader.deadline());

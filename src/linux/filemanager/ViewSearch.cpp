@@ -14,6 +14,7 @@ using Visit = AccessibleReader::Visit;
 
 /// File managers look for new files a few times a second.
 constexpr auto kPause = std::chrono::milliseconds(40);
+constexpr auto kPatience = std::chrono::milliseconds(1500);
 
 bool isAmong(std::initializer_list<AccessibleRole> roles, AccessibleRole role) {
     return std::ranges::find(roles, role) != roles.end();
@@ -79,7 +80,7 @@ std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewI
                                      const std::vector<std::string>& items) {
     // What is there by then must still be selected.
     const auto now = std::chrono::steady_clock::now();
-    const auto lastLook = now + (reader.deadline() - now) * 6 / 10;
+    const auto lastLook = now + std::min<std::chrono::nanoseconds>((reader.deadline() - now) * 6 / 10, kPatience);
     std::int32_t lastCount = -1;
     std::vector<std::int32_t> found;
     while (true) {

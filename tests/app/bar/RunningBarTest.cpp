@@ -1,0 +1,133 @@
+// The whole program on a desktop with a real file manager: what a user does with the keyboard, and what is there
+// afterwards.
+#include "tests/support/RunningBar.h"
+
+#include "linux/X11Frames.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/Program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+
+namespace torvo {
+namespace {
+
+using testing::RunningBar;
+
+class RunningBarTest : public ::testing::TestWithParam<testing::FileManagerKind> {
+  protected:
+    void picture(const std::string& name) {
+        ASSERT_EQ(testing::run({"black", (files / name).path(), "40", "30"}, {.program = "/usr/bin/vips"}).status, 0);
+    }
+    testing::Ran torvo(std::vector<std::string> arguments) {
+        return testing::run(std::move(arguments), {.program = TORVO_BIN_DIR "/torvo"});
+    }
+
+    testing::TemporaryFolder files;
+    testing::DesktopSession session;
+};
+
+TEST_P(RunningBarTest, ATypedWordConvertsWhatIsSelectedAndSelectsWhatCameOfIt) {
+    for (const char* name : {"one.png", "two.png", "three.png"})
+        picture(name);
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    const RunningBar bar(session);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); })) << "docked to the window";
+    session.activate(session.window());
+    session.press("ctrl+a");
+    EXPECT_TRUE(session.selectionBecomes({"one.png", "two.png", "three.png"}));
+
+    ASSERT_TRUE(bar.enter("jpg"));
+    for (const char* name : {"one.jpg", "two.jpg", "three.jpg"})
+        EXPECT_TRUE(testing::eventually([&] { return (files / name).exists(); })) << name;
+    EXPECT_TRUE(session.selectionBecomes({"one.jpg", "two.jpg", "three.jpg"}));
+
+    session.press("Escape");
+    ASSERT_TRUE(bar.enter("select all png"));
+    EXPECT_TRUE(session.selectionBecomes({"one.png", "two.png", "three.png"}));
+}
+
+TEST_P(RunningBarTest, FollowsTheWindowAndHidesWithIt) {
+    picture("one.png");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    const RunningBar bar(session);
+    auto& display = session.display();
+    const auto sitsUnderTheWindow = [&] {
+        const auto window = windowFrame(display, session.window());
+        const auto place = bar.frame();
+        return window && place && std::abs(place->x - window->x) < 1 &&
+               std::abs(place->y - (window->y + window->height + 8)) < 1;
+    };
+    EXPECT_TRUE(session.desktop().eventually(sitsUnderTheWindow));
+    testing::XDesktop::input({"windowsize", std::to_string(session.window()), "700", "400"});
+    testing::XDesktop::input({"windowmove", std::to_string(session.window()), "90", "60"});
+    EXPECT_TRUE(session.desktop().eventually([&] {
+        const auto window = windowFrame(display, session.window());
+        return window && window->x > 50 && sitsUnderTheWindow();
+    }));
+    // Summoned, it is as wide as the window; left again, it is narrow.
+    ASSERT_TRUE(bar.summon());
+    EXPECT_TRUE(session.desktop().eventually([&] { return bar.frame() && bar.frame()->width >= 600; }));
+    session.activate(session.window());
+    EXPECT_TRUE(session.desktop().eventually([&] { return bar.frame() && bar.frame()->width <= 300; }));
+
+    {
+        const testing::XWindow editor(display, "Editor", 4711);
+        session.activate(editor.id());
+        EXPECT_TRUE(session.desktop().eventually([&] { return !bar.isShown(); }));
+    }
+    session.activate(session.window());
+    EXPECT_TRUE(session.desktop().eventually(sitsUnderTheWindow));
+    session.close();
+    EXPECT_TRUE(session.desktop().eventually([&] { return !bar.isShown(); }));
+}
+
+TEST_P(RunningBarTest, AnswersWhileTheFileManagerHangs) {
+    picture("one.png");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    const RunningBar bar(session);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); }));
+    ASSERT_EQ(::kill(session.pid(), SIGSTOP), 0);
+    EXPECT_TRUE(bar.summon());
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(torvo({"prefill", "zip"}).status, 0) << "it takes orders";
+    session.press("Escape");
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(3));
+    ASSERT_EQ(::kill(session.pid(), SIGCONT), 0);
+    ASSERT_TRUE(bar.enter("select all png"));
+    EXPECT_TRUE(session.selectionBecomes({"one.png"}));
+}
+
+TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
+    picture("one.png");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    EXPECT_EQ(torvo({"toggle"}).status, 1) << "no bar runs yet";
+    RunningBar bar(session);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); }));
+    EXPECT_EQ(torvo({"toggle"}).status, 0);
+    EXPECT_TRUE(session.desktop().eventually([&] { return bar.isKey(); }));
+    EXPECT_EQ(torvo({"drop", (files / "one.png").path()}).status, 0);
+    EXPECT_TRUE(session.selectionBecomes({"one.png"}));
+    // A second start hands over what it was started for.
+    const auto second =
+        testing::run({"torvo:?files=" + (files / "one.png").path()}, {.program = TORVO_BIN_DIR "/torvo-bar"});
+    EXPECT_EQ(second.status, 0) << second.errors;
+    // Without files, the file manager's selection counts.
+    const auto ran = torvo({"run", "jpg"});
+    EXPECT_EQ(ran.status, 0) << ran.errors;
+    EXPECT_TRUE((files / "one.jpg").exists());
+    EXPECT_EQ(bar.quit(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktop, RunningBarTest, ::testing::ValuesIn(testing::fileManagerKinds()),
+                         [](const auto& each) {
+                             std::string name(each.param.program);
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+} // namespace
+} // namespace torvo

@@ -1,0 +1,55 @@
+#include "tests/support/RunningBar.h"
+
+#include "linux/SettingsFile.h"
+#include "linux/X11Frames.h"
+
+#include <gtest/gtest.h>
+
+namespace torvo::testing {
+
+RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_session(session) {
+    if (firstLaunch == FirstLaunch::no) {
+        SettingsFile settings(SettingsFile::defaultLocation());
+        EXPECT_TRUE(settings.set("onboardingShown", true));
+    }
+    m_program = std::make_unique<BackgroundProgram>(TORVO_BIN_DIR "/torvo-bar", std::vector<std::string>{});
+}
+
+std::optional<xcb_window_t> RunningBar::window(std::string_view title) const {
+    auto& display = m_session.display();
+    for (const auto window : display.stackedWindows())
+        if (display.pid(window) == pid() && display.textProperty(window, "_NET_WM_NAME") == title)
+            return window;
+    return std::nullopt;
+}
+
+bool RunningBar::isKey() const {
+    const auto active = m_session.display().activeWindow();
+    return active && active == bar();
+}
+
+std::optional<Rect> RunningBar::frame() const {
+    const auto window = bar();
+    return window ? windowFrame(m_session.display(), *window) : std::nullopt;
+}
+
+bool RunningBar::summon() const {
+    DesktopSession::press("super+shift+space");
+    return m_session.desktop().eventually([&] { return isKey(); });
+}
+
+bool RunningBar::enter(const std::string& command) const {
+    if (!summon())
+        return false;
+    DesktopSession::type(command);
+    DesktopSession::press("Return");
+    return true;
+}
+
+int RunningBar::quit() {
+    const int status = m_program->end();
+    m_program.reset();
+    return status;
+}
+
+} // namespace torvo::testing

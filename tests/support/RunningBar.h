@@ -1,0 +1,39 @@
+#pragma once
+
+#include "tests/support/DesktopSession.h"
+
+#include <optional>
+
+namespace torvo::testing {
+
+/// The running `torvo-bar`, in a session, with settings and data of its own. Ends with the object.
+class RunningBar {
+  public:
+    enum class FirstLaunch { no, yes };
+    explicit RunningBar(DesktopSession& session, FirstLaunch firstLaunch = FirstLaunch::no);
+
+    [[nodiscard]] std::int32_t pid() const { return m_program->pid(); }
+    /// A window of the bar's program with that title; absent while there is none on the screen.
+    [[nodiscard]] std::optional<xcb_window_t> window(std::string_view title) const;
+    /// The bar itself.
+    [[nodiscard]] std::optional<xcb_window_t> bar() const { return window("Torvo"); }
+    [[nodiscard]] bool isShown() const { return bar().has_value(); }
+    /// Whether the bar has the keyboard.
+    [[nodiscard]] bool isKey() const;
+    /// Where the bar is, from the top left.
+    [[nodiscard]] std::optional<Rect> frame() const;
+
+    /// Presses the shortcut and waits until the bar has the keyboard.
+    [[nodiscard]] bool summon() const;
+    /// Summons the bar, types a command and presses Return.
+    [[nodiscard]] bool enter(const std::string& command) const;
+
+    /// Asks it to end, as a session does at log-out, and waits until it has; its exit status.
+    [[nodiscard]] int quit();
+
+  private:
+    DesktopSession& m_session;
+    std::unique_ptr<BackgroundProgram> m_program;
+};
+
+} // namespace torvo::testing
