@@ -11,6 +11,7 @@ RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_ses
     if (firstLaunch == FirstLaunch::no) {
         SettingsFile settings(SettingsFile::defaultLocation());
         EXPECT_TRUE(settings.set("onboardingShown", true));
+        EXPECT_TRUE(settings.set("commandLoggingEnabled", true));
     }
     m_program = std::make_unique<BackgroundProgram>(TORVO_BIN_DIR "/torvo-bar", std::vector<std::string>{});
 }
@@ -44,6 +45,20 @@ bool RunningBar::enter(const std::string& command) const {
     DesktopSession::type(command);
     DesktopSession::press("Return");
     return true;
+}
+
+bool RunningBar::carriesOut(const std::string& command, const std::string& outcome) const {
+    const FileURL log = m_session.home() / "data/Torvo/command-log.jsonl";
+    const auto ends = [&] {
+        const auto text = readFile(log);
+        const auto word = '"' + outcome + '"';
+        std::size_t count = 0;
+        for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
+            ++count;
+        return count;
+    };
+    const auto before = ends();
+    return enter(command) && m_session.desktop().eventually([&] { return ends() > before; });
 }
 
 int RunningBar::quit() {

@@ -27,6 +27,9 @@ class RunningBar {
     [[nodiscard]] bool summon() const;
     /// Summons the bar, types a command and presses Return.
     [[nodiscard]] bool enter(const std::string& command) const;
+    /// The same, and waits until the command has come to an end of that name in the command log. Until then nobody else
+    /// should ask the file manager for anything: it has only one clipboard and one menu bar.
+    [[nodiscard]] bool carriesOut(const std::string& command, const std::string& outcome = "completed") const;
 
     /// Asks it to end, as a session does at log-out, and waits until it has; its exit status.
     [[nodiscard]] int quit();

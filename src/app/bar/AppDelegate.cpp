@@ -50,7 +50,7 @@ AppDelegate::~AppDelegate() {
     m_platform.distributed.post(kBlurred);
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
-    delete m_view;
+    m_platform.panel.setContent(nullptr);
     m_commandBar.reset();
     m_environment.reset();
     m_modelSetup.reset();
@@ -68,7 +68,10 @@ void AppDelegate::applicationDidFinishLaunching() {
     m_attachment.emplace(*m_commandBar, m_platform.workspace, m_dispatcher);
     m_menuBar.emplace(menuActions());
     m_hotKey.setAction([this] { m_commandBar->toggle(); });
-    m_hotKey.applyStored();
+    // The settings window says so too, when it is opened.
+    if (!m_hotKey.applyStored())
+        m_platform.log.write("[Torvo] " + m_hotKey.statusMessage() + " Until another one is set in Settings, " +
+                             "torvo toggle does the same.");
     if (m_services.defaults.getAs<bool>(kOnboardingShown).value_or(false)) {
         if (!m_platform.accessibility.isTrusted())
             m_platform.accessibility.promptForTrust();

@@ -31,6 +31,14 @@ void settleLayouts(QWidget& widget) {
     }
 }
 
+/// Forgets what the layouts asked for while they were brought up to date: it would all be done again, for ever.
+void dropLayoutRequests(QWidget& widget) {
+    QCoreApplication::removePostedEvents(&widget, QEvent::LayoutRequest);
+    for (auto* child : widget.children())
+        if (child->isWidgetType())
+            dropLayoutRequests(*static_cast<QWidget*>(child));
+}
+
 /// The files stay where they are: a source that was told of a move would delete them.
 void acceptWithoutMoving(QDropEvent& event) {
     event.setDropAction(event.possibleActions().testFlag(Qt::CopyAction) ? Qt::CopyAction : Qt::IgnoreAction);
@@ -90,6 +98,7 @@ void CommandBarView::setBackdrop(Backdrop backdrop) {
 
 int CommandBarView::contentHeight() {
     settleLayouts(*this);
+    dropLayoutRequests(*this);
     return layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->totalSizeHint().height();
 }
 

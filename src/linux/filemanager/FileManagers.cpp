@@ -19,8 +19,8 @@ using std::chrono::steady_clock;
 constexpr auto kAnswerTime = std::chrono::milliseconds(300);
 constexpr auto kWorkTime = std::chrono::seconds(2);
 constexpr auto kSelectTime = std::chrono::seconds(5);
-/// How long a program that did not answer is left alone.
-constexpr auto kSilence = std::chrono::seconds(2);
+/// How long one that did not answer is waited for from then on, until it does.
+constexpr auto kGlance = std::chrono::milliseconds(20);
 
 /// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
 /// that is known counts).
@@ -141,25 +141,22 @@ FileManagerWindow* FileManagers::adapter(xcb_window_t window) {
     const auto pid = screen == nullptr ? std::nullopt : screen->pid(window);
     if (!pid)
         return nullptr;
-    if (const auto silent = m_silent.find(*pid); silent != m_silent.end()) {
-        if (steady_clock::now() < silent->second)
-            return nullptr;
-        m_silent.erase(silent);
-    }
-    const auto deadline = steady_clock::now() + kAnswerTime;
+    const bool wasSilent = m_silent.contains(*pid);
+    const auto deadline = steady_clock::now() + (wasSilent ? kGlance : kAnswerTime);
     auto* bus = accessibility(deadline);
     if (bus == nullptr)
         return nullptr;
     const auto application = bus->application(*pid, deadline);
     if (!application) {
         if (steady_clock::now() >= deadline)
-            m_silent[*pid] = steady_clock::now() + kSilence;
+            m_silent.insert(*pid);
         m_windows.erase(window);
         return nullptr;
     }
+    m_silent.erase(*pid);
     if (const auto known = m_windows.find(window); known != m_windows.end() && known->second.pid == *pid)
         return known->second.adapter.get();
-    const auto object = frameObject(window, *application, deadline);
+    const auto object = frameObject(window, *application, steady_clock::now() + kAnswerTime);
     if (!object)
         return nullptr;
     // Those of windows that are gone go with the first new one.

@@ -11,14 +11,15 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace torvo {
 
 /// The file managers that run on this desktop. Their windows' places are asked of the X server alone, which answers
-/// whatever they do; for the rest each of them has a limited time, and one that does not answer is left alone for a
-/// while. Everything that cannot be had reads as absent. Callable from any thread.
+/// whatever they do; for the rest each of them has a limited time, and for one that did not answer nobody waits again.
+/// Everything that cannot be had reads as absent. Callable from any thread.
 class FileManagers {
   public:
     FileManagers() = default;
@@ -65,8 +66,8 @@ class FileManagers {
     std::unique_ptr<AccessibilityBus> m_accessibility;
     ClipboardKeeper m_clipboard;
     std::map<xcb_window_t, Window> m_windows;
-    /// Programs that did not answer, and until when they are not asked again.
-    std::map<std::int32_t, std::chrono::steady_clock::time_point> m_silent;
+    /// Programs that did not answer when they were last asked.
+    std::set<std::int32_t> m_silent;
 };
 
 } // namespace torvo

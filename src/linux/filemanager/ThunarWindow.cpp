@@ -1,5 +1,6 @@
 #include "linux/filemanager/ThunarWindow.h"
 
+#include "linux/X11Keyboard.h"
 #include "linux/filemanager/Breadcrumbs.h"
 #include "linux/filemanager/ClipboardCopy.h"
 #include "linux/filemanager/ShownNames.h"
@@ -132,22 +133,25 @@ std::optional<AccessibleNode> ThunarWindow::menuItem(const AccessibleReader& rea
     return found ? std::optional(reader.node(items[*found])) : std::nullopt;
 }
 
-/// A menu is made when it is opened, for the selection of that moment, and stays when it is closed. It has the keyboard
-/// while it is open: it is closed for certain.
+/// A menu is made when it is opened, for the selection of that moment, and stays when it is closed. While it is open it
+/// has the keyboard, of which nothing but its own Escape key makes it let go.
 void ThunarWindow::remakeMenu(const AccessibleReader& reader, const AccessibleObject& menu) {
-    const auto isOpen = [&] {
-        const auto first = reader.child(menu, 0);
-        return first && reader.node(*first).has(AccessibleState::showing);
-    };
-    const auto await = [&](bool wanted) {
+    const auto becomesOpen = [&](bool wanted) {
         const auto end = std::min(reader.deadline(), std::chrono::steady_clock::now() + kMenuTime);
-        while (isOpen() != wanted && std::chrono::steady_clock::now() < end)
+        while (std::chrono::steady_clock::now() < end) {
+            const auto first = reader.child(menu, 0);
+            if ((first && reader.node(*first).has(AccessibleState::showing)) == wanted)
+                return true;
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return false;
     };
     reader.press(menu);
-    await(true);
-    reader.clearSelection(*m_menuBar);
-    await(false);
+    if (!becomesOpen(true))
+        return;
+    tapKey(kEscapeKey);
+    if (!becomesOpen(false))
+        reader.clearSelection(*m_menuBar);
 }
 
 /// What the status bar says without the numbers: with nothing selected, always one of a few sentences.
@@ -166,10 +170,13 @@ std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
     auto copy = menuItem(reader, kEditMenu, "ctrl+c");
     if (copy && !copy->has(AccessibleState::sensitive))
         copy = menuItem(reader, kEditMenu, "ctrl+c", true);
-    if (copy && !copy->has(AccessibleState::sensitive) && statusWords(reader) == words)
-        m_wordsOfNothing.insert(words);
-    if (!copy || !copy->has(AccessibleState::sensitive))
+    if (!copy)
         return {};
+    if (!copy->has(AccessibleState::sensitive)) {
+        if (statusWords(reader) == words)
+            m_wordsOfNothing.insert(words);
+        return {};
+    }
     return copiedFiles(m_access.clipboard, [&] { reader.press(copy->object); }, reader.deadline());
 }
 

@@ -3,7 +3,6 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
-#include <QVBoxLayout>
 #include <cmath>
 
 namespace torvo {
@@ -28,14 +27,17 @@ class QtPanel::Window final : public QWidget {
         setAttribute(Qt::WA_TranslucentBackground);
         setAttribute(Qt::WA_QuitOnClose, false);
         setWindowTitle("Torvo");
-        auto* layout = new QVBoxLayout(this);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->setSizeConstraint(QLayout::SetNoConstraint);
     }
 
     std::function<void(bool isKey)> keyChanged;
+    QWidget* content = nullptr;
 
   protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QWidget::resizeEvent(event);
+        if (content != nullptr)
+            content->setGeometry(rect());
+    }
     void changeEvent(QEvent* event) override {
         QWidget::changeEvent(event);
         if (event->type() == QEvent::ActivationChange)
@@ -68,8 +70,14 @@ QWidget& QtPanel::window() const {
 }
 
 void QtPanel::setContent(QWidget* content) {
-    m_window->layout()->addWidget(content);
+    delete m_window->content;
+    m_window->content = content;
     m_window->setFocusProxy(content);
+    if (content == nullptr)
+        return;
+    content->setParent(m_window.get());
+    content->setGeometry(m_window->rect());
+    content->show();
 }
 
 bool QtPanel::isVisible() const {

@@ -28,7 +28,7 @@ class QtPanel final : public Panel {
 
     /// The window, which fills itself with its one child.
     [[nodiscard]] QWidget& window() const;
-    /// Puts the content into the window.
+    /// Puts the content into the window, which owns it, in place of the one before; null for none.
     void setContent(QWidget* content);
 
   private:
