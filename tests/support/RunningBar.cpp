@@ -42,6 +42,8 @@ bool RunningBar::summon() const {
 bool RunningBar::enter(const std::string& command) const {
     if (!summon())
         return false;
+    // What is still in the field is typed over.
+    DesktopSession::press("ctrl+a");
     DesktopSession::type(command);
     DesktopSession::press("Return");
     return true;

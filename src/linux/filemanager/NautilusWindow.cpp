@@ -17,7 +17,7 @@ constexpr std::int32_t kFewItems = 200;
 /// So many items are looked at to tell how the view is sorted.
 constexpr std::int32_t kLooks = 200;
 constexpr auto kPause = std::chrono::milliseconds(40);
-constexpr auto kPatience = std::chrono::milliseconds(1500);
+constexpr auto kPatience = std::chrono::seconds(3);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
 std::string objectPathOf(xcb_window_t window) {
@@ -129,14 +129,10 @@ void NautilusWindow::select(const std::vector<std::string>& items, Deadline dead
     const auto lastLook = now + std::min<std::chrono::nanoseconds>((deadline - now) * 6 / 10, kPatience);
     while (shown && positions.size() < items.size()) {
         const ShownNames entries(*shown);
-        if (const auto all = order(reader, *list, entries)) {
-            positions = entries.indices(*all, items);
-        } else {
-            // Sorted in another way: where everything is made, the positions are those of the children.
-            std::vector<std::int32_t> every(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
-            std::iota(every.begin(), every.end(), 0);
-            positions = entries.indices(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), items);
-        }
+        // The positions are those of what is made, in whatever order it was made; the rest cannot be selected.
+        std::vector<std::int32_t> every(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
+        std::iota(every.begin(), every.end(), 0);
+        positions = entries.indices(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), items);
         if (std::chrono::steady_clock::now() >= lastLook)
             break;
         if (positions.size() < items.size())

@@ -1,8 +1,10 @@
 #include "linux/filemanager/ViewSearch.h"
 
 #include "linux/filemanager/ShownNames.h"
+#include "support/FileURL.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 #include <thread>
 
@@ -14,7 +16,7 @@ using Visit = AccessibleReader::Visit;
 
 /// File managers look for new files a few times a second.
 constexpr auto kPause = std::chrono::milliseconds(40);
-constexpr auto kPatience = std::chrono::milliseconds(1500);
+constexpr auto kPatience = std::chrono::seconds(3);
 
 bool isAmong(std::initializer_list<AccessibleRole> roles, AccessibleRole role) {
     return std::ranges::find(roles, role) != roles.end();
@@ -77,7 +79,12 @@ std::optional<std::size_t> itemWithShortcut(const AccessibleReader& reader, cons
 }
 
 std::vector<std::int32_t> awaitItems(const AccessibleReader& reader, const ViewItems& view, const std::string& folder,
-                                     const std::vector<std::string>& items) {
+                                     const std::vector<std::string>& wanted) {
+    // What is not in the folder will never be shown.
+    std::vector<std::string> items;
+    std::ranges::copy_if(wanted, std::back_inserter(items), [&](const std::string& item) {
+        return FileURL(item).isOccupied() && FileURL(item).deletingLastPathComponent() == FileURL(folder);
+    });
     // What is there by then must still be selected.
     const auto now = std::chrono::steady_clock::now();
     const auto lastLook = now + std::min<std::chrono::nanoseconds>((reader.deadline() - now) * 6 / 10, kPatience);

@@ -39,8 +39,7 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
     auto& manager = session.fileManagers();
     EXPECT_THAT(manager.selection(), IsEmpty());
 
-    session.press("ctrl+a");
-    EXPECT_TRUE(testing::eventually([&] { return manager.selection().size() == names.size(); }));
+    EXPECT_TRUE(session.selectsAll(names.size()));
     EXPECT_THAT(manager.selection(), UnorderedElementsAreArray(pathsOf(names))) << "every byte of every name";
 
     manager.select(pathsOf({"bad\xff.png", "new\nline", "b.png"}));
@@ -65,8 +64,7 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
 TEST_P(FileManagersTest, AreLeftAloneWhileTheyHang) {
     files.file("a.png", "content");
     ASSERT_TRUE(session.open(GetParam(), files.url()));
-    session.press("ctrl+a");
-    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    EXPECT_TRUE(session.selectsAll(1));
     auto& manager = session.fileManagers();
 
     ASSERT_EQ(::kill(session.pid(), SIGSTOP), 0);
@@ -91,13 +89,7 @@ TEST_P(FileManagersTest, TellSelectionsOfThousands) {
         std::ofstream(files.path() + "/f" + std::to_string(i) + ".txt") << i;
     ASSERT_TRUE(session.open(GetParam(), files.url()));
     auto& manager = session.fileManagers();
-    // While it still loads, not all that it will show is there to be selected.
-    EXPECT_TRUE(testing::eventually(
-        [&] {
-            session.press("ctrl+a");
-            return manager.selection().size() == kCount;
-        },
-        std::chrono::seconds(60)));
+    EXPECT_TRUE(session.selectsAll(kCount));
     manager.select(pathsOf({"f0.txt", "f1499.txt"}));
     EXPECT_TRUE(session.selectionBecomes(GetParam().program == "nautilus"
                                              // What is not on the screen cannot be selected there.
