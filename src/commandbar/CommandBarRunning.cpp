@@ -135,6 +135,8 @@ void CommandBarService::beginRunning(const Action& action, const FinderContext& 
 }
 
 void CommandBarService::handle(const RunOutcome& outcome, const Action& action, const FinderContext& context) {
+    // Set by an undo while this ran.
+    m_dismissal.reset();
     if (!std::holds_alternative<Completed>(outcome) && !std::holds_alternative<NeedsConfirmation>(outcome))
         m_lastRunRenameRows.clear();
     std::visit(Overloaded{
@@ -180,6 +182,7 @@ void CommandBarService::cancel() {
         dismiss();
         return;
     }
+    m_dismissal.reset();
     if (m_state.isRunning) {
         m_runs.request_stop();
         m_runs = {};

@@ -347,6 +347,7 @@ void CommandBarService::show(std::string text, StatusKind kind) {
 }
 
 void CommandBarService::showFailure(std::string message) {
+    m_dismissal.reset();
     m_lastError = message;
     m_state.canAskAIToFix = !m_lastInput.empty();
     show(std::move(message), StatusKind::failure);

@@ -29,12 +29,16 @@ std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     bool isStored = false;
     auto saved = m_defaults.update(kHistoryKey, [&](const std::optional<DefaultsValue>& stored) {
         const auto* items = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
+        // Nothing there any more: somebody cleared it.
+        if (!stored && m_isStored)
+            m_items.clear();
         m_items = recorded(items != nullptr ? *items : m_items, text);
         isStored = true;
         return DefaultsValue(m_items);
     });
     if (!isStored)
         m_items = recorded(std::move(m_items), text);
+    m_isStored = saved.has_value();
     return saved;
 }
 

@@ -28,6 +28,8 @@ class HistoryStore {
   private:
     UserDefaults& m_defaults;
     std::vector<std::string> m_items;
+    /// Whether the settings have all of them.
+    bool m_isStored = true;
 };
 
 } // namespace torvo

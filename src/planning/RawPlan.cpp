@@ -73,6 +73,9 @@ std::expected<Action, LLMPlanError> actionFromContent(std::string_view content) 
                                                               ? "The local model couldn't turn that into a command."
                                                               : std::move(plan->explanation)});
     }
+    // What runs would end at a NUL, which no argument can hold: it would not be what was shown.
+    if (command.find('\0') != std::string::npos || (plan->preview && plan->preview->find('\0') != std::string::npos))
+        return std::unexpected(LLMPlanError{LLMPlanError::Kind::badResponse, ""});
     const bool isSelection = plan->kind == "select";
     auto explanation = std::move(plan->explanation);
     if (explanation.empty())

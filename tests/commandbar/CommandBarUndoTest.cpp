@@ -90,6 +90,21 @@ TEST_F(CommandBarUndo, ItsClockDoesNotTakeAQuestionAway) {
     EXPECT_TRUE(bar.state().awaitingConfirm());
 }
 
+TEST_F(CommandBarUndo, ItsClockDoesNotTakeAFailureAway) {
+    zip();
+    bar.modelAnswers("touch on; until [ -e go ]; do sleep 0.01; done; ls missing", "List");
+    bar.enter("list");
+    ASSERT_TRUE(bar.settles());
+    bar.service->confirmPending();
+    ASSERT_TRUE(bar.dispatcher->runUntil([&] { return (bar / "on").exists(); }));
+    bar.service->undoLast();
+    (void)bar.files.file("go");
+    ASSERT_TRUE(bar.settles());
+    bar.dispatcher->advance(10s);
+    EXPECT_EQ(bar.state().statusKind, StatusKind::failure);
+    EXPECT_TRUE(bar.state().canAskAIToFix);
+}
+
 TEST_F(CommandBarUndo, ForgetsTheOldestOfAHundredAndOneRecords) {
     const FileURL file = bar.support / "Torvo/activity.json";
     const OperationStore store(file, bar.systemLog);

@@ -50,6 +50,10 @@ TEST(HistoryStore, MirrorsEveryChangeToTheSettings) {
     EXPECT_TRUE(HistoryStore(settings).record("png"));
     EXPECT_TRUE(history.record("zip"));
     EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "png", "jpg"));
+    // What another process cleared stays cleared.
+    EXPECT_TRUE(settings.remove("commandHistory"));
+    EXPECT_TRUE(history.record("heic"));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("heic"));
 }
 
 TEST(HistoryStore, RemembersInMemoryWhatCannotBeSaved) {

@@ -58,6 +58,8 @@ TEST(RawPlan, BecomesAnActionWhoseDangerIsJudgedHere) {
         {R"({"command":" \n","explanation":" Not possible. "})", {Kind::unsupported, " Not possible. "}},
         {R"({"runnable":true})", {Kind::unsupported, "The local model couldn't turn that into a command."}},
         {"I cannot do that.", {Kind::badResponse, ""}},
+        {R"({"command":"touch shown\u0000 and hidden"})", {Kind::badResponse, ""}},
+        {R"({"command":"ls","preview":"echo\u0000"})", {Kind::badResponse, ""}},
         {"[1]", {Kind::badResponse, ""}},
         {"} {", {Kind::badResponse, ""}},
     };

@@ -20,7 +20,7 @@ constexpr auto kAnswerTime = std::chrono::milliseconds(300);
 constexpr auto kWorkTime = std::chrono::seconds(2);
 constexpr auto kSelectTime = std::chrono::seconds(5);
 /// How long one that did not answer is waited for from then on, until it does.
-constexpr auto kGlance = std::chrono::milliseconds(20);
+constexpr auto kGlance = std::chrono::milliseconds(80);
 
 /// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
 /// that is known counts).
