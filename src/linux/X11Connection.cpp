@@ -95,6 +95,13 @@ std::vector<xcb_atom_t> X11Connection::atoms(xcb_window_t window, xcb_atom_t pro
     return {first, first + static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof(xcb_atom_t)};
 }
 
+bool X11Connection::hasCompositor() {
+    xcb_window_t owner = XCB_WINDOW_NONE;
+    return xcb_ewmh_get_wm_cm_owner_reply(&m_hints, xcb_ewmh_get_wm_cm_owner(&m_hints, m_screenNumber), &owner,
+                                          nullptr) != 0 &&
+           owner != XCB_WINDOW_NONE;
+}
+
 void X11Connection::activate(xcb_window_t window) {
     xcb_ewmh_request_change_active_window(&m_hints, m_screenNumber, window, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
                                           XCB_CURRENT_TIME, XCB_WINDOW_NONE);

@@ -49,7 +49,7 @@ const std::vector<Suggestion> kChips{{"JPG", "jpg"},
                                      {"Zip", "zip"},
                                      {"Resize to 1600 px", "resize"},
                                      {"Rename 001, 002…", "rename"},
-                                     {"R&D <b>bold</b>", "x"}};
+                                     {"Select images", "select all images"}};
 
 } // namespace
 

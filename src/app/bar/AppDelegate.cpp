@@ -50,6 +50,7 @@ AppDelegate::~AppDelegate() {
     m_platform.distributed.post(kBlurred);
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
+    m_backdropChanges = {};
     m_platform.panel.setContent(nullptr);
     m_commandBar.reset();
     m_environment.reset();
@@ -60,6 +61,7 @@ AppDelegate::~AppDelegate() {
 void AppDelegate::applicationDidFinishLaunching() {
     LLMEndpoint::migratePreReleaseDefaultIfNeeded(m_services.defaults);
     m_updates.emplace(m_platform.updater);
+    m_updateWindow.emplace(m_platform.updater, m_platform.workspace, TORVO_VERSION);
     m_modelSetup.emplace(LocalModelSetupService::Platform{m_dispatcher, m_services.processes, m_platform.workspace,
                                                           m_services.defaults, m_services.session});
     m_modelSetup->refresh();
@@ -89,8 +91,13 @@ void AppDelegate::makeCommandBar() {
         m_services.session, m_services.log, m_platform.pasteboard, m_platform.notifications, m_platform.distributed,
         m_platform.trash,
         OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
-    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, Backdrop::translucent);
+    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
     m_platform.panel.setContent(m_view);
+    m_backdropChanges = m_platform.front.onActivation([this] { m_view->setBackdrop(backdrop()); });
+    // On a desktop without a status area the menu is here.
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view,
+                     [this](const QPoint& place) { m_menuBar->menu().popup(m_view->mapToGlobal(place)); });
 }
 
 MenuBarService::Actions AppDelegate::menuActions() {

@@ -3,6 +3,7 @@
 #include "app/Services.h"
 #include "app/bar/DesktopPlatform.h"
 #include "app/bar/MenuBarService.h"
+#include "app/bar/UpdateWindow.h"
 #include "assistance/EnvironmentHealthService.h"
 #include "assistance/LocalModelSetupService.h"
 #include "commandbar/CommandBarService.h"
@@ -38,6 +39,9 @@ class AppDelegate {
 
   private:
     [[nodiscard]] MenuBarService::Actions menuActions();
+    [[nodiscard]] Backdrop backdrop() {
+        return m_platform.display->hasCompositor() ? Backdrop::translucent : Backdrop::opaque;
+    }
     void makeCommandBar();
     void showAbout();
 
@@ -49,11 +53,14 @@ class AppDelegate {
     HotKeyCoordinator m_hotKey;
     std::optional<ActionRunner> m_runner;
     std::optional<UpdateService> m_updates;
+    std::optional<UpdateWindow> m_updateWindow;
     std::optional<LocalModelSetupService> m_modelSetup;
     std::optional<EnvironmentHealthService> m_environment;
     std::optional<CommandBarService> m_commandBar;
     /// Owned by the panel's window.
     CommandBarView* m_view = nullptr;
+    /// Compositors come and go with the desktop's settings.
+    Subscription m_backdropChanges;
     std::optional<FinderAttachmentService> m_attachment;
     std::optional<MenuBarService> m_menuBar;
     OrdinaryWindow m_settingsWindow;

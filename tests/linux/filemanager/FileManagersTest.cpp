@@ -42,8 +42,12 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
     EXPECT_TRUE(session.selectsAll(names.size()));
     EXPECT_THAT(manager.selection(), UnorderedElementsAreArray(pathsOf(names))) << "every byte of every name";
 
-    manager.select(pathsOf({"bad\xff.png", "new\nline", "b.png"}));
-    EXPECT_TRUE(session.selectionBecomes({"bad\xff.png", "new\nline", "b.png"}));
+    std::vector<std::string> some{"bad\xff.png", "new\nline", "b.png"};
+    // Dolphin takes addresses as text, and so cannot be told of a name that is none.
+    if (GetParam().program == "dolphin")
+        some.erase(some.begin());
+    manager.select(pathsOf(some));
+    EXPECT_TRUE(session.selectionBecomes(some));
     manager.select(pathsOf({"a.png", "is not there"}));
     EXPECT_TRUE(session.selectionBecomes({"a.png"}));
     manager.select({});
