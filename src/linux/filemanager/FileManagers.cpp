@@ -148,9 +148,11 @@ FileManagerWindow* FileManagers::adapter(xcb_window_t window) {
         return nullptr;
     const auto application = bus->application(*pid, deadline);
     if (!application) {
+        // What is known of a window that only hangs is still right when it goes on.
         if (steady_clock::now() >= deadline)
             m_silent.insert(*pid);
-        m_windows.erase(window);
+        else
+            m_windows.erase(window);
         return nullptr;
     }
     m_silent.erase(*pid);
