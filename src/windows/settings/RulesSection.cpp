@@ -61,7 +61,7 @@ void RulesSection::addRuleFields() {
 }
 
 void RulesSection::appear() {
-    m_store.emplace(m_services.defaults);
+    m_store = std::make_unique<RulesStore>(m_services.defaults);
     showRules();
 }
 

@@ -4,7 +4,7 @@
 #include "widgets/SectionBox.h"
 #include "windows/settings/SettingsServices.h"
 
-#include <optional>
+#include <memory>
 #include <string_view>
 
 class QLineEdit;
@@ -34,7 +34,8 @@ class RulesSection final : public SectionBox {
     void showResult(const std::expected<void, std::string>& saved);
 
     SettingsServices m_services;
-    std::optional<RulesStore> m_store;
+    /// Read afresh whenever the window opens.
+    std::unique_ptr<RulesStore> m_store;
     QVBoxLayout* m_list;
     QLineEdit* m_trigger = nullptr;
     QLineEdit* m_expansion = nullptr;
