@@ -1,7 +1,8 @@
 #include "linux/FrontApplication.h"
 
+#include "linux/filemanager/FileManagerWindow.h"
+
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace torvo {
@@ -9,21 +10,13 @@ namespace torvo {
 namespace {
 
 using namespace std::chrono_literals;
-using namespace std::string_view_literals;
 
 /// How long no window may be active before nobody works anywhere.
 constexpr auto kChangingHands = 200ms;
 /// The desktop of a window that is on every one (_NET_WM_DESKTOP).
 constexpr std::uint32_t kEveryDesktop = 0xFFFFFFFF;
 
-/// The second text of WM_CLASS.
-constexpr std::array kFileManagers{"Thunar"sv, "pcmanfm-qt"sv, "dolphin"sv, "org.gnome.Nautilus"sv, "Nemo"sv};
-
 } // namespace
-
-bool isFileManager(std::string_view windowClass) {
-    return std::ranges::find(kFileManagers, windowClass) != kFileManagers.end();
-}
 
 FrontApplication::FrontApplication(X11Connection& connection, Clock now)
     : m_connection(connection), m_now(std::move(now)) {

@@ -13,9 +13,6 @@
 
 namespace torvo {
 
-/// Whether a window class is that of a file manager which Torvo can drive.
-[[nodiscard]] bool isFileManager(std::string_view windowClass);
-
 /// Which application the user works in, as the X server's window manager tells. For the connection's thread.
 class FrontApplication {
   public:

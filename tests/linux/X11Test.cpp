@@ -2,6 +2,7 @@
 #include "linux/FrontApplication.h"
 #include "linux/X11Frames.h"
 #include "linux/X11HotKeys.h"
+#include "linux/filemanager/FileManagerWindow.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/XDesktop.h"
 

@@ -31,6 +31,20 @@ Call property(const AccessibleObject& object, const char* interface, const char*
             .answer = "(v)"};
 }
 
+/// One call for each index, which is its argument.
+std::vector<Call> callsFor(const AccessibleObject& object, const char* interface, const char* member,
+                           const std::vector<std::int32_t>& indices, const char* answer) {
+    std::vector<Call> calls;
+    calls.reserve(indices.size());
+    for (const auto index : indices)
+        calls.push_back({.object = object,
+                         .interface = interface,
+                         .member = member,
+                         .arguments = g_variant_new("(i)", index),
+                         .answer = answer});
+    return calls;
+}
+
 GLibPointer<GVariant> unboxed(const Answer& answer) {
     if (!answer)
         return nullptr;
@@ -253,14 +267,7 @@ bool AccessibleReader::clearSelection(const AccessibleObject& object) const {
 }
 
 bool AccessibleReader::selectChildren(const AccessibleObject& object, const std::vector<std::int32_t>& indices) const {
-    std::vector<Call> calls;
-    for (const auto index : indices)
-        calls.push_back({.object = object,
-                         .interface = kSelection,
-                         .member = "SelectChild",
-                         .arguments = g_variant_new("(i)", index),
-                         .answer = "(b)"});
-    return allTrue(calls);
+    return allTrue(callsFor(object, kSelection, "SelectChild", indices, "(b)"));
 }
 
 std::int32_t AccessibleReader::rowCount(const AccessibleObject& table) const {
@@ -299,14 +306,7 @@ std::vector<AccessibleObject> AccessibleReader::cells(const AccessibleObject& ta
 }
 
 bool AccessibleReader::selectRows(const AccessibleObject& table, const std::vector<std::int32_t>& rows) const {
-    std::vector<Call> calls;
-    for (const auto row : rows)
-        calls.push_back({.object = table,
-                         .interface = kTable,
-                         .member = "AddRowSelection",
-                         .arguments = g_variant_new("(i)", row),
-                         .answer = "(b)"});
-    return allTrue(calls);
+    return allTrue(callsFor(table, kTable, "AddRowSelection", rows, "(b)"));
 }
 
 std::vector<AccessibleObject> AccessibleReader::childrenAt(const std::vector<AccessibleObject>& objects,
@@ -323,14 +323,7 @@ std::vector<AccessibleObject> AccessibleReader::childrenAt(const std::vector<Acc
 
 std::vector<AccessibleObject> AccessibleReader::childrenAt(const AccessibleObject& object,
                                                            const std::vector<std::int32_t>& indices) const {
-    std::vector<Call> calls;
-    for (const auto index : indices)
-        calls.push_back({.object = object,
-                         .interface = kAccessible,
-                         .member = "GetChildAtIndex",
-                         .arguments = g_variant_new("(i)", index),
-                         .answer = "((so))"});
-    return references(calls);
+    return references(callsFor(object, kAccessible, "GetChildAtIndex", indices, "((so))"));
 }
 
 std::optional<AccessibleNode> AccessibleReader::find(const AccessibleObject& root,

@@ -33,6 +33,10 @@ constexpr std::array<Kind, 5> kKinds{{{"Thunar", make<ThunarWindow>},
 
 } // namespace
 
+bool isFileManager(std::string_view windowClass) {
+    return std::ranges::find(kKinds, windowClass, &Kind::windowClass) != kKinds.end();
+}
+
 std::unique_ptr<FileManagerWindow> fileManagerWindow(std::string_view windowClass, FileManagerAccess access) {
     const auto kind = std::ranges::find(kKinds, windowClass, &Kind::windowClass);
     return kind == kKinds.end() ? nullptr : kind->make(std::move(access));

@@ -41,7 +41,10 @@ class FileManagerWindow {
     virtual void select(const std::vector<std::string>& items, Deadline deadline) = 0;
 };
 
-/// The way to drive a window of that class (the second text of WM_CLASS); null for other programs.
+/// Whether a window class (the second text of WM_CLASS) is that of a file manager that Torvo can drive.
+[[nodiscard]] bool isFileManager(std::string_view windowClass);
+
+/// The way to drive a window of that class; null for other programs.
 [[nodiscard]] std::unique_ptr<FileManagerWindow> fileManagerWindow(std::string_view windowClass,
                                                                    FileManagerAccess access);
 

@@ -1,4 +1,5 @@
 // The file managers themselves, on a desktop of their own, driven with real keys.
+#include "linux/clipboard/X11Clipboard.h"
 #include "tests/support/DesktopSession.h"
 #include "tests/support/Eventually.h"
 
@@ -128,6 +129,31 @@ TEST(ThunarWindowTest, ReadsItsDetailsViewWithoutTheClipboard) {
     EXPECT_TRUE(session.selectionBecomes({"b.png"}));
     manager.select({(files / "c.png").path()});
     EXPECT_TRUE(session.selectionBecomes({"c.png"}));
+}
+
+/// Its icon view is read through the clipboard, which is the user's.
+TEST(ThunarWindowTest, PutsBackWhatWasOnTheClipboard) {
+    testing::TemporaryFolder files;
+    for (const char* name : {"a.png", "b.png"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    ASSERT_TRUE(session.open({"thunar", "Thunar"}, files.url()));
+    // More than fits into one piece.
+    const std::string text(1'000'000, 'x');
+    ClipboardKeeper user;
+    user.keep({{"UTF8_STRING", "UTF8_STRING", 8, text}, {"text/html", "text/html", 8, "<b>x</b>"}});
+    ASSERT_TRUE(session.selectsAll(2));
+    const auto clipboard = X11Clipboard::create();
+    ASSERT_TRUE(clipboard);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto kept = clipboard->read("UTF8_STRING", deadline);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->bytes.size(), text.size());
+    EXPECT_TRUE(kept->bytes == text);
+    const auto markup = clipboard->read("text/html", deadline);
+    ASSERT_TRUE(markup);
+    EXPECT_EQ(markup->bytes, "<b>x</b>");
+    EXPECT_FALSE(clipboard->read("text/uri-list", deadline)) << "nothing of what was copied stays";
 }
 
 } // namespace
