@@ -3,6 +3,8 @@
 #include "Files.h"
 #include "Printable.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace torvo::sips {
@@ -42,6 +44,13 @@ std::expected<Result, std::string> Converter::askRoads(Ask ask) {
     return std::move(*answer);
 }
 
+/// Whether a JPEG file has its end marker (ITU-T T.81, B.1.1.3: FF D9). What is left of a file that was cut near its
+/// end may decode without a complaint.
+static bool hasJpegEnd(std::span<const std::uint8_t> bytes) {
+    constexpr std::array<std::uint8_t, 2> kEnd{0xFF, 0xD9};
+    return !std::ranges::search(bytes, kEnd).empty();
+}
+
 std::expected<void, std::string> Converter::process(const Job& job, const std::string& input) {
     const std::expected<FileBytes, std::string> source = readWhole(input);
     if (!source)
@@ -53,6 +62,8 @@ std::expected<void, std::string> Converter::process(const Job& job, const std::s
         if (const auto printed = print(job, input, source->span(), *format); !printed)
             return printed;
     }
+    if (job.writes() && *format == Format::jpeg && !hasJpegEnd(source->span()))
+        return std::unexpected("the picture is damaged or incomplete");
     return job.writes() ? write(job, input, source->span(), *format) : std::expected<void, std::string>();
 }
 
