@@ -58,7 +58,8 @@ void measure(const testing::FileManagerKind& kind) {
     reportValue(fmt::format("{}: read 3 selected files, cold", kind.program),
                 millisecondsOf(
                     [&] {
-                        FileManagers fresh;
+                        SessionBus bus;
+                        FileManagers fresh(bus);
                         (void)fresh.selection();
                     },
                     5),

@@ -69,7 +69,8 @@ ExitStatus fail(const CommandArguments& arguments, ExitStatus status, const std:
 
 /// The file manager's selection.
 std::vector<FileURL> selectedFiles() {
-    FileManagers fileManagers;
+    SessionBus bus;
+    FileManagers fileManagers(bus);
     std::vector<FileURL> files;
     for (auto& path : fileManagers.selection())
         files.emplace_back(std::move(path));

@@ -33,7 +33,9 @@ void CommandBarService::dispatch(const Action& action, const FinderContext& cont
     if (const auto answer = gate(action, context, consent, m_services.processes.canConfine()))
         handle(*answer, action, context);
     else if (const auto* select = std::get_if<Select>(&action))
-        handle(m_services.runner.runSelect(select->spec, context), action, context);
+        askDesktop(
+            [&runner = m_services.runner, spec = select->spec, context] { return runner.runSelect(spec, context); },
+            [this, action, context](const RunOutcome& outcome) { handle(outcome, action, context); });
     else
         beginRunning(action, context, consent);
 }

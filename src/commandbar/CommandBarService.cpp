@@ -18,6 +18,17 @@
 
 namespace torvo {
 
+namespace {
+
+/// How long the keyboard waits for what is selected: a summons must feel immediate.
+constexpr std::chrono::milliseconds kSelectionPatience{150};
+
+FinderContext contextOf(FinderService& finder) {
+    return {finder.frontWindowFolder(), finder.selectedFiles()};
+}
+
+} // namespace
+
 CommandBarService::CommandBarService(CommandBarServices services)
     : m_services(std::move(services)), m_history(m_services.defaults) {
     m_state.operations = m_services.store.load();
@@ -32,25 +43,55 @@ CommandBarService::~CommandBarService() {
     m_services.panel.onKeyChange({});
     m_modelRequest.request_stop();
     m_runs.request_stop();
+    ++*m_contextReads;
 }
 
 // Context
 
-FinderContext CommandBarService::effectiveContext() {
-    if (m_droppedSelection && !m_droppedSelection->empty())
-        return {m_droppedSelection->front().deletingLastPathComponent(), *m_droppedSelection};
-    return {m_services.finder.frontWindowFolder(), m_services.finder.selectedFiles()};
+std::optional<FinderContext> CommandBarService::droppedContext() const {
+    if (!m_droppedSelection || m_droppedSelection->empty())
+        return std::nullopt;
+    return FinderContext{m_droppedSelection->front().deletingLastPathComponent(), *m_droppedSelection};
 }
 
-void CommandBarService::refreshContext() {
-    const auto context = effectiveContext();
-    m_state.contextHint = contextDescription(context.folder, context.selection.size(),
-                                             m_droppedSelection && !m_droppedSelection->empty());
-    m_state.clipboardAvailable = ClipboardService::hasContent(m_services.pasteboard);
-    refreshChips(context);
+void CommandBarService::withContext(std::function<void(const FinderContext& context)> then) {
+    if (const auto dropped = droppedContext()) {
+        then(*dropped);
+        return;
+    }
+    askDesktop([&finder = m_services.finder] { return contextOf(finder); },
+               [this, then = std::move(then)](const FinderContext& context) {
+                   // What the clipboard was asked for before counts as dropped by now.
+                   then(droppedContext().value_or(context));
+               });
 }
 
-void CommandBarService::refreshChips(const FinderContext& context) {
+void CommandBarService::refreshContext(std::function<void()> then) {
+    struct Reading {
+        FinderContext context;
+        bool hasClipboardContent = false;
+    };
+    const bool isDropped = droppedContext().has_value();
+    const auto number = ++*m_contextReads;
+    const auto read = [&finder = m_services.finder, &pasteboard = m_services.pasteboard, isDropped,
+                       reads = m_contextReads, number]() -> Reading {
+        if (number != *reads)
+            return {};
+        return {isDropped ? FinderContext() : contextOf(finder), ClipboardService::hasContent(pasteboard)};
+    };
+    const auto show = [this, number, then = std::move(then)](const Reading& reading) {
+        if (number != *m_contextReads)
+            return;
+        m_state.clipboardAvailable = reading.hasClipboardContent;
+        showContext(droppedContext().value_or(reading.context));
+        if (then)
+            then();
+    };
+    m_services.desktopQueue.async(handingOver(read, show, onMain()));
+}
+
+void CommandBarService::showContext(const FinderContext& context) {
+    m_state.contextHint = contextDescription(context.folder, context.selection.size(), droppedContext().has_value());
     m_state.chips =
         barChips(RulesStore(m_services.defaults).rules(), context.folder, context.selection, m_history.items());
 }
@@ -129,16 +170,20 @@ void CommandBarService::submit() {
     }
     // A history that cannot be stored is still there until the bar quits.
     (void)m_history.record(input);
-    m_lastInput = RulesStore(m_services.defaults).expansion(input).value_or(input);
-    const auto context = effectiveContext();
+    withContext([this, command = RulesStore(m_services.defaults).expansion(input).value_or(input)](
+                    const FinderContext& context) { plan(command, context); });
+}
+
+void CommandBarService::plan(const std::string& command, const FinderContext& context) {
+    m_lastInput = command;
     m_lastContext = context;
-    if (const auto preset = PresetEngine::match(m_lastInput)) {
-        logPlan("preset", m_lastInput, context, {{"action", describe(*preset)}});
+    if (const auto preset = PresetEngine::match(command)) {
+        logPlan("preset", command, context, {{"action", describe(*preset)}});
         dispatch(*preset, context, Consent::none);
         return;
     }
-    logModelPlan("llm", m_lastInput, context);
-    startLLMPlan(m_lastInput, context);
+    logModelPlan("llm", command, context);
+    startLLMPlan(command, context);
 }
 
 void CommandBarService::startLLMPlan(const std::string& text, const FinderContext& context) {
@@ -172,10 +217,9 @@ void CommandBarService::askAIToFix() {
     beginToken();
     m_dismissal.reset();
     m_state.pending.reset();
-    const auto context = m_lastContext ? *m_lastContext : effectiveContext();
     const auto prompt = PlanningPrompt::repairRequest(m_lastInput, m_lastError);
-    logModelPlan("llm-fix", prompt, context);
-    startLLMPlan(prompt, context);
+    logModelPlan("llm-fix", prompt, m_lastContext);
+    startLLMPlan(prompt, m_lastContext);
 }
 
 // The command log
@@ -204,6 +248,10 @@ void CommandBarService::logOutcome(std::string_view outcome, std::string_view de
 void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
     if (!m_services.panel.isVisible())
         resetState();
+    place(frame, form);
+}
+
+void CommandBarService::place(const Rect& frame, BarForm form) {
     m_lastFinderFrame = frame;
     m_services.panel.position(frame, form);
     m_services.panel.orderFront();
@@ -212,20 +260,36 @@ void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
 void CommandBarService::toggle() {
     const Turn turn(*this);
     if (m_services.panel.isVisible())
-        m_services.panel.makeKey();
+        takeKeyboard();
     else if (m_services.workspace.frontmostApplication() == kFinderIdentifier)
         openExpanded();
 }
 
 void CommandBarService::openExpanded() {
     const Turn turn(*this);
-    const auto frame = m_services.finder.frontWindowFrame();
-    if (!frame) {
+    if (!m_services.finder.frontWindowFrame()) {
         detach();
         return;
     }
-    placeUnder(*frame, BarForm::expanded);
-    m_services.panel.makeKey();
+    if (!m_services.panel.isVisible())
+        resetState();
+    takeKeyboard();
+}
+
+void CommandBarService::takeKeyboard() {
+    const auto take = [this] {
+        const Turn turn(*this);
+        m_takingKeyboard.reset();
+        if (const auto frame = m_services.finder.frontWindowFrame())
+            place(*frame, BarForm::expanded);
+        if (m_services.panel.isVisible())
+            m_services.panel.makeKey();
+    };
+    m_takingKeyboard = m_services.dispatcher.runAfter(kSelectionPatience, take);
+    refreshContext([this, take] {
+        if (m_takingKeyboard)
+            take();
+    });
 }
 
 void CommandBarService::prefill(std::string text) {
@@ -248,14 +312,23 @@ void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
     }
     m_dismissal.reset();
     m_droppedSelection = files;
-    m_services.finder.select(files);
+    selectInFinder(files);
     refreshContext();
     m_services.panel.makeKey();
 }
 
 void CommandBarService::useClipboard() {
-    handleDrop(ClipboardService::ingest(m_services.pasteboard, m_services.finder.frontWindowFolder(),
-                                        m_services.home.appendingPath("Desktop")));
+    const auto ingest = [&pasteboard = m_services.pasteboard, &finder = m_services.finder,
+                         desktop = m_services.home.appendingPath("Desktop")] {
+        return ClipboardService::ingest(pasteboard, finder.frontWindowFolder(), desktop);
+    };
+    // Whatever the bar turns to meanwhile: a command that is submitted now is meant for these files.
+    m_services.desktopQueue.async(
+        handingOver(ingest, [this](const std::vector<FileURL>& files) { handleDrop(files); }, onMain()));
+}
+
+void CommandBarService::selectInFinder(std::vector<FileURL> files) {
+    m_services.desktopQueue.async([&finder = m_services.finder, files = std::move(files)] { finder.select(files); });
 }
 
 void CommandBarService::syncAttachment() {
@@ -282,6 +355,7 @@ void CommandBarService::keyWindowChanged(bool isKey) {
     m_state.isKeyWindow = isKey;
     m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
     if (isKey) {
+        m_takingKeyboard.reset();
         refreshContext();
         ++m_state.focusTrigger;
     }
@@ -312,11 +386,11 @@ void CommandBarService::resetState() {
     show("", StatusKind::hint);
     m_historyIndex = -1;
     m_state.canAskAIToFix = false;
-    refreshContext();
 }
 
 void CommandBarService::detach() {
     const Turn turn(*this);
+    m_takingKeyboard.reset();
     abandonWork();
     m_services.panel.orderOut();
 }
@@ -358,14 +432,22 @@ void CommandBarService::beginToken() {
     m_modelRequest.request_stop();
 }
 
-std::function<void(std::function<void()> action)> CommandBarService::onMainWhileCurrent() {
-    return [this, token = m_requestToken, alive = std::weak_ptr(m_alive),
-            &dispatcher = m_services.dispatcher](std::function<void()> action) {
-        dispatcher.runOnMain([this, token, alive, action = std::move(action)] {
-            if (alive.expired() || token != m_requestToken)
+CommandBarService::OnMain CommandBarService::onMain() {
+    return [this, alive = std::weak_ptr(m_alive), &dispatcher = m_services.dispatcher](std::function<void()> action) {
+        dispatcher.runOnMain([this, alive, action = std::move(action)] {
+            if (alive.expired())
                 return;
             const Turn turn(*this);
             action();
+        });
+    };
+}
+
+CommandBarService::OnMain CommandBarService::onMainWhileCurrent() {
+    return [this, token = m_requestToken, onMain = onMain()](std::function<void()> action) {
+        onMain([this, token, action = std::move(action)] {
+            if (token == m_requestToken)
+                action();
         });
     };
 }

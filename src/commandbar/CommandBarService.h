@@ -14,6 +14,7 @@
 #include "platform/HttpSession.h"
 #include "platform/Pasteboard.h"
 #include "platform/ProcessHost.h"
+#include "platform/SerialQueue.h"
 #include "platform/Trash.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotifications.h"
@@ -22,6 +23,7 @@
 #include "support/Observable.h"
 #include "support/UUID.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <expected>
@@ -36,9 +38,11 @@
 namespace torvo {
 
 /// What the bar works with. Everything must outlive the controller, and what runs beside the main thread (the runner,
-/// the session, the log, the dispatcher) must outlive the dispatcher's detached tasks.
+/// the session, the log, the dispatcher) must outlive the dispatcher's detached tasks and those of the queue.
 struct CommandBarServices {
     Dispatcher& dispatcher;
+    /// Where the file manager and the clipboard are asked, one question after the other: they may be slow to answer.
+    SerialQueue& desktopQueue;
     CommandBarPanel& panel;
     FinderService& finder;
     Workspace& workspace;
@@ -131,11 +135,22 @@ class CommandBarService {
         CommandBarService& m_service;
     };
 
-    /// The folder and the files that a command acts on now.
-    [[nodiscard]] FinderContext effectiveContext();
-    void refreshContext();
-    void refreshChips(const FinderContext& context);
+    /// The files that were dropped, and their folder; absent when there are none.
+    [[nodiscard]] std::optional<FinderContext> droppedContext() const;
+    /// Hands the folder and the files that a command acts on now to `then`, unless the bar has turned to something else
+    /// by then.
+    void withContext(std::function<void(const FinderContext& context)> then);
+    /// Has the line about the context and the chips follow what is selected now; `then`, if any, is called when they
+    /// do.
+    void refreshContext(std::function<void()> then = {});
+    void showContext(const FinderContext& context);
+    void selectInFinder(std::vector<FileURL> files);
     void keyWindowChanged(bool isKey);
+    /// Shows the bar in its full form and gives it the keyboard, once it knows what is selected or the file manager has
+    /// had its time to tell: one that needs the keyboard to tell must not have it while the user types.
+    void takeKeyboard();
+    void place(const Rect& frame, BarForm form);
+    /// The same for a bar that may be hidden, and then begins anew.
     void placeUnder(const Rect& frame, BarForm form);
     /// The form of a bar that is placed without being opened.
     [[nodiscard]] BarForm restingForm() const { return m_state.isKeyWindow ? BarForm::expanded : BarForm::compact; }
@@ -154,14 +169,21 @@ class CommandBarService {
     /// the bar has turned to something else by then.
     template <typename Work, typename Then>
     void runBeside(Work work, Then then);
-    /// `action` on the main thread, unless the controller is gone or has turned to something else.
-    [[nodiscard]] std::function<void(std::function<void()> action)> onMainWhileCurrent();
+    /// The same for what asks the file manager or the clipboard.
+    template <typename Work, typename Then>
+    void askDesktop(Work work, Then then);
+    /// An action on the main thread, unless the controller is gone.
+    using OnMain = std::function<void(std::function<void()> action)>;
+    [[nodiscard]] OnMain onMain();
+    /// The same, unless the bar has turned to something else.
+    [[nodiscard]] OnMain onMainWhileCurrent();
 
     /// Begins an entry of the command log.
     void logPlan(std::string_view route, std::string_view input, const FinderContext& context, Json extra);
     void logModelPlan(std::string_view route, std::string_view input, const FinderContext& context);
     void logOutcome(std::string_view outcome, std::string_view detail = "");
 
+    void plan(const std::string& command, const FinderContext& context);
     void startLLMPlan(const std::string& text, const FinderContext& context);
     void finishLLMPlan(const std::expected<Action, LLMPlanError>& answer, const FinderContext& context,
                        const std::string& baseURL);
@@ -191,11 +213,15 @@ class CommandBarService {
     std::uint64_t m_requestToken = 0;
     /// Expires with the controller.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    /// How often the context was asked for: only the last answer counts.
+    std::shared_ptr<std::atomic<std::uint64_t>> m_contextReads = std::make_shared<std::atomic<std::uint64_t>>();
     /// Ends the runs that were started, also those that the bar has turned away from.
     std::stop_source m_runs;
     /// Ends the request to the model that is under way.
     std::stop_source m_modelRequest;
     std::unique_ptr<ScheduledTask> m_dismissal;
+    /// Ends the wait for what is selected.
+    std::unique_ptr<ScheduledTask> m_takingKeyboard;
 
     std::optional<Rect> m_lastFinderFrame;
     std::optional<std::vector<FileURL>> m_droppedSelection;
@@ -207,7 +233,7 @@ class CommandBarService {
 
     /// The last command submitted, rules applied, and where.
     std::string m_lastInput;
-    std::optional<FinderContext> m_lastContext;
+    FinderContext m_lastContext;
     std::string m_lastError;
     std::optional<UUID> m_currentLogID;
     std::vector<FileURL> m_lastRunInputs;

@@ -1,5 +1,6 @@
 // What was done, undoing it, and doing it again.
 #include "commandbar/CommandBarService.h"
+#include "commandbar/RunBeside.h"
 #include "execution/FileMove.h"
 
 #include <nlohmann/json.hpp>
@@ -67,7 +68,7 @@ std::expected<void, std::string> CommandBarService::revert(const Operation& oper
     if (!operation.renameMap.empty()) {
         std::vector<FileURL> restored;
         std::ranges::transform(operation.renameMap, std::back_inserter(restored), &Operation::Rename::from);
-        m_services.finder.select(restored);
+        selectInFinder(std::move(restored));
         return {};
     }
     for (const auto& output : operation.outputs) {
@@ -117,17 +118,20 @@ void CommandBarService::rerun(const UUID& id) {
     m_state.canAskAIToFix = false;
     // What follows may change the list.
     const auto [action, title, inputs] = std::tuple(operation->action, operation->title, operation->inputs);
-    const FinderContext context{inputs.empty() ? m_services.finder.frontWindowFolder()
-                                               : std::optional(inputs.front().deletingLastPathComponent()),
-                                inputs};
     if (!m_services.panel.isVisible()) {
         if (const auto frame = m_services.finder.frontWindowFrame())
             placeUnder(*frame, restingForm());
         else
             detach();
     }
-    logPlan("rerun", title, context, {{"action", describe(action)}});
-    dispatch(action, context, Consent::none);
+    const auto start = [this, action, title](const FinderContext& context) {
+        logPlan("rerun", title, context, {{"action", describe(action)}});
+        dispatch(action, context, Consent::none);
+    };
+    if (inputs.empty())
+        askDesktop([&finder = m_services.finder] { return FinderContext{finder.frontWindowFolder(), {}}; }, start);
+    else
+        start({inputs.front().deletingLastPathComponent(), inputs});
 }
 
 void CommandBarService::revealLast() {

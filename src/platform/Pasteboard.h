@@ -8,7 +8,8 @@
 
 namespace torvo {
 
-/// The clipboard as a source. Main thread only.
+/// The clipboard as a source. Its calls wait for the program that owns the clipboard, each for a limited time. For one
+/// thread.
 class Pasteboard {
   public:
     virtual ~Pasteboard() = default;

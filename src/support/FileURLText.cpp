@@ -1,5 +1,7 @@
 #include "support/FileURLText.h"
 
+#include "support/Text.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -63,6 +65,16 @@ std::optional<FileURL> parseFileURLText(std::string_view text) {
         path += static_cast<char>(value);
     }
     return FileURL(std::move(path));
+}
+
+std::vector<FileURL> filesInUriList(std::string_view list) {
+    std::vector<FileURL> files;
+    // Comments begin with a number sign, and so are no addresses of files either.
+    for (const auto line : splitNonEmpty(list, "\r\n")) {
+        if (auto file = parseFileURLText(line))
+            files.push_back(std::move(*file));
+    }
+    return files;
 }
 
 } // namespace torvo

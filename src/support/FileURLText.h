@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace torvo {
 
@@ -15,5 +16,8 @@ namespace torvo {
 /// Reads that form back, byte for byte; the host may be empty or "localhost". Absent for anything else, a path that is
 /// not absolute, or one that no file can have.
 [[nodiscard]] std::optional<FileURL> parseFileURLText(std::string_view text);
+
+/// The files among the addresses of a list as it is dragged and copied ("text/uri-list", RFC 2483), in order.
+[[nodiscard]] std::vector<FileURL> filesInUriList(std::string_view list);
 
 } // namespace torvo

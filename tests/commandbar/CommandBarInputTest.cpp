@@ -10,6 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
 class CommandBarInput : public ::testing::Test {
@@ -30,11 +31,11 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     bar.service->syncAttachment();
     EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 300, 90}));
 
-    bar.service->toggle();
+    bar.summon();
     EXPECT_TRUE(bar.window.isKey());
     EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 700, 90}));
     EXPECT_EQ(bar.state().focusTrigger, 1);
-    bar.service->toggle();
+    bar.summon();
     EXPECT_TRUE(bar.window.isVisible()) << "the shortcut never hides the bar";
     bar.window.resignKey();
     EXPECT_EQ(bar.window.frame().width, 300);
@@ -43,16 +44,44 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     bar.finder.show(std::nullopt);
     bar.service->syncAttachment();
     EXPECT_FALSE(bar.window.isVisible());
-    bar.service->toggle();
+    bar.summon();
     EXPECT_FALSE(bar.window.isVisible());
     bar.select({});
     bar.finder.workspace.frontmost = "org.example.editor";
-    bar.service->toggle();
+    bar.summon();
     EXPECT_FALSE(bar.window.isVisible()) << "another application is at the front";
     bar.service->prefill("zip");
+    bar.dispatcher->runPending();
     EXPECT_TRUE(bar.window.isKey());
     EXPECT_EQ(bar.state().status, "⏎  Zip the selection");
     EXPECT_THAT(bar.finder.workspace.activated, ElementsAre(std::string(kFinderIdentifier)));
+}
+
+TEST_F(CommandBarInput, TakesTheKeyboardOnceItKnowsWhatIsSelectedOrHasWaitedLongEnough) {
+    (void)bar.files.file("a.txt");
+    bar.select({"a.txt"});
+    bar.desktopQueue.isHeld = true;
+    bar.service->toggle();
+    bar.dispatcher->advance(140ms);
+    EXPECT_FALSE(bar.window.isVisible());
+    bar.desktopQueue.run();
+    bar.dispatcher->runPending();
+    EXPECT_TRUE(bar.window.isKey());
+    EXPECT_THAT(bar.state().contextHint, EndsWith("1 selected"));
+
+    // A file manager that does not answer keeps nobody waiting, nor does a command wait on the main thread.
+    bar.service->detach();
+    bar.service->toggle();
+    bar.dispatcher->advance(150ms);
+    EXPECT_TRUE(bar.window.isKey());
+    bar.service->inputChanged("zip");
+    bar.service->submit();
+    bar.dispatcher->runPending();
+    EXPECT_FALSE(bar.state().isRunning);
+    bar.service->cancel();
+    bar.desktopQueue.run();
+    bar.dispatcher->runPending();
+    EXPECT_THAT(bar.names(), ElementsAre("a.txt")) << "what was abandoned before the answer came is not begun";
 }
 
 TEST_F(CommandBarInput, BrowsesTheHistoryAndRestoresWhatWasTyped) {
@@ -101,6 +130,7 @@ TEST_F(CommandBarInput, TakesDroppedFilesAndTheClipboardForTheSelection) {
     EXPECT_FALSE(bar.window.isVisible());
     bar.select({});
     bar.service->handleDrop({two, one});
+    bar.dispatcher->runPending();
     EXPECT_TRUE(bar.window.isKey());
     EXPECT_EQ(bar.state().contextHint, "📁 sub · 2 dropped");
     EXPECT_THAT(bar.selectedNames(), ElementsAre("two.txt", "one.txt"));
@@ -110,11 +140,12 @@ TEST_F(CommandBarInput, TakesDroppedFilesAndTheClipboardForTheSelection) {
     EXPECT_TRUE((bar / "sub/Archive.zip").exists()) << "a drop's folder is that of its first file";
 
     bar.pasteboard.tiffBytes = "tiff";
-    bar.service->toggle();
+    bar.summon();
     bar.window.resignKey();
-    bar.service->toggle();
+    bar.summon();
     EXPECT_TRUE(bar.state().clipboardAvailable);
     bar.service->useClipboard();
+    bar.dispatcher->runPending();
     EXPECT_EQ(testing::readFile(bar / "Pasted image.png"), "png of tiff");
     EXPECT_THAT(bar.selectedNames(), ElementsAre("Pasted image.png"));
 }
@@ -124,7 +155,7 @@ TEST_F(CommandBarInput, DropsTheDropWhenItHides) {
     bar.select({});
     bar.service->handleDrop({one});
     bar.service->detach();
-    bar.service->toggle();
+    bar.summon();
     EXPECT_EQ(bar.state().contextHint, "📁 " + std::string(bar.files.url().lastPathComponent()) + " · 1 selected")
         << "what is left is what the file manager selected";
 }
@@ -182,13 +213,13 @@ TEST_F(CommandBarInput, StaysForAUserWhoGoesOn) {
     zipAndWaitALittle();
     bar.service->handleDrop({file});
     bar.dispatcher->advance(10s);
-    EXPECT_THAT(bar.state().contextHint, ::testing::EndsWith("1 dropped"));
+    EXPECT_THAT(bar.state().contextHint, EndsWith("1 dropped"));
     bar.service->cancel();
     zipAndWaitALittle();
     bar.pasteboard.files = {file};
     bar.service->useClipboard();
     bar.dispatcher->advance(10s);
-    EXPECT_THAT(bar.state().contextHint, ::testing::EndsWith("1 dropped"));
+    EXPECT_THAT(bar.state().contextHint, EndsWith("1 dropped"));
 }
 
 TEST_F(CommandBarInput, RevealsWhatTheLastRunCreated) {
@@ -209,12 +240,13 @@ TEST_F(CommandBarInput, RevealsWhatTheLastRunCreated) {
 
 TEST_F(CommandBarInput, TellsItsListenersOnceForEachThingThatHappens) {
     bar.select({});
+    bar.summon();
     int told = 0;
     const auto subscription = bar.service->observe([&] { ++told; });
-    bar.service->prefill("zip");
+    bar.service->handleDrop({bar.files.file("a.txt")});
     EXPECT_EQ(told, 1);
-    bar.service->inputChanged("zi");
-    EXPECT_EQ(told, 2);
+    bar.dispatcher->runPending();
+    EXPECT_EQ(told, 2) << "the file manager's answer";
     bar.finder.show(std::nullopt);
     bar.service->syncAttachment();
     EXPECT_FALSE(bar.window.isVisible());

@@ -36,11 +36,12 @@ TEST_F(CommandBarScenario, JpgReturnUndo) {
     picture("a.png");
     picture("b c.png");
     bar.select({"a.png", "b c.png"});
-    bar.service->toggle();
+    bar.summon();
     EXPECT_EQ(bar.state().contextHint, "📁 " + std::string(bar.files.url().lastPathComponent()) + " · 2 selected");
     bar.service->inputChanged("jpg");
     EXPECT_EQ(bar.state().status, "⏎  Convert selected images to JPG");
     bar.service->submit();
+    bar.dispatcher->runPending();
     EXPECT_TRUE(bar.state().isRunning);
     EXPECT_EQ(bar.state().status, "Running…   Esc to cancel");
     ASSERT_TRUE(bar.settlesAs("Converted 2 images to JPG"));
@@ -269,8 +270,7 @@ TEST_F(CommandBarScenario, ListingsRunAtOnceAndAreAskedForWhenTheyMayDoMore) {
     ASSERT_TRUE(bar.settles());
     EXPECT_THAT(bar.state().status, StartsWith("Selection command failed: "));
     bar.finder.show(std::nullopt);
-    bar.service->inputChanged("select all png");
-    bar.service->submit();
+    bar.enter("select all png");
     EXPECT_EQ(bar.state().status, "Open a Finder window first");
     EXPECT_TRUE(bar.state().canAskAIToFix);
 }

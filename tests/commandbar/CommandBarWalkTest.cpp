@@ -16,17 +16,19 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ManualDispatcher;
 
-/// Every command is worked on at a moment of the walk's choosing: detached work is held until then.
+/// Every command is worked on, and the file manager answers, at a moment of the walk's choosing: until then work beside
+/// the main thread is held.
 class Walk {
   public:
     explicit Walk(unsigned seed) : m_random(seed), m_bar(ManualDispatcher::Detached::held) {
+        m_bar.desktopQueue.isHeld = true;
         reset();
         m_bar.service->setAutoAttachEnabled(true);
     }
 
     void step() {
         // A question is answered with yes every other time.
-        const auto action = pick(24);
+        const auto action = pick(28);
         if (state().awaitingConfirm() && m_bar.window.isVisible() && pick(2) == 0)
             confirm();
         else
@@ -162,6 +164,12 @@ class Walk {
         case 21:
             return service().askAIToFix();
         case 22:
+        case 23:
+        case 24:
+        case 25:
+            // The file manager answers.
+            return m_bar.desktopQueue.run();
+        case 26:
             return pick(2) == 0 ? service().historyUp() : service().historyDown();
         default:
             return pick(8) == 0 ? reset() : service().revealLast();

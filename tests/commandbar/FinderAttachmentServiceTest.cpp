@@ -50,7 +50,7 @@ TEST(FinderAttachment, LeavesTheBarAloneWhileItIsOff) {
     bar.finder.workspace.switchTo(std::string(kFinderIdentifier));
     bar.dispatcher->advance(1s);
     EXPECT_FALSE(bar.window.isVisible());
-    bar.service->toggle();
+    bar.summon();
     bar.finder.workspace.switchTo("org.example.editor");
     EXPECT_TRUE(bar.window.isVisible());
 

@@ -29,8 +29,8 @@ Bar::~Bar() {
 
 void Bar::start() {
     service.emplace(
-        CommandBarServices{*dispatcher, panel, finder.service, finder.workspace, runner, processes, defaults, session,
-                           log, pasteboard, notifications, distributed, trash,
+        CommandBarServices{*dispatcher, desktopQueue, panel, finder.service, finder.workspace, runner, processes,
+                           defaults, session, log, pasteboard, notifications, distributed, trash,
                            OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
                            support.url(), [this] { return now; }});
 }
@@ -48,10 +48,16 @@ void Bar::select(const std::vector<std::string>& names) {
     finder.show(files.url(), std::move(selection));
 }
 
-void Bar::enter(std::string text) {
+void Bar::summon() {
     service->toggle();
+    dispatcher->runPending();
+}
+
+void Bar::enter(std::string text) {
+    summon();
     service->inputChanged(std::move(text));
     service->submit();
+    dispatcher->runPending();
 }
 
 bool Bar::settles() {

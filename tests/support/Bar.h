@@ -6,6 +6,7 @@
 #include "linux/ThreadQueue.h"
 #include "tests/support/FakeFinder.h"
 #include "tests/support/ManualDispatcher.h"
+#include "tests/support/ManualQueue.h"
 #include "tests/support/ModelServer.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/UnconfiningHost.h"
@@ -31,6 +32,8 @@ class Bar {
 
     /// Selects files of the folder by their names, in a window on it.
     void select(const std::vector<std::string>& names);
+    /// Presses the shortcut.
+    void summon();
     /// Types a text and presses Return, the bar shown before.
     void enter(std::string text);
     /// Waits until nothing runs and no answer is awaited.
@@ -64,6 +67,7 @@ class Bar {
     UnconfiningHost processes{Confining::works};
     CurlHttpSession session;
     ThreadQueue queue;
+    ManualQueue desktopQueue;
     CommandLog log;
     CommandBarPanel panel;
     ActionRunner runner;

@@ -47,7 +47,7 @@ DesktopSession::DesktopSession()
         std::filesystem::create_directories((m_home / name).path());
     std::filesystem::permissions((m_home / "run").path(), std::filesystem::perms::owner_all);
     m_desktop.emplace("1280x900x24");
-    m_fileManagers = std::make_unique<FileManagers>();
+    m_fileManagers = std::make_unique<FileManagers>(m_bus);
     m_fileManagers->makeAccessible();
     EXPECT_TRUE(eventually([&] { return m_fileManagers->isAccessible(); }));
 }

@@ -75,6 +75,7 @@ class DesktopSession {
     ScopedEnvironment m_environment;
     std::optional<XDesktop> m_desktop;
     std::unique_ptr<BackgroundProgram> m_fileManager;
+    SessionBus m_bus;
     std::unique_ptr<FileManagers> m_fileManagers;
     xcb_window_t m_window = XCB_WINDOW_NONE;
 };

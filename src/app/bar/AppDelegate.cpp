@@ -55,6 +55,7 @@ AppDelegate::~AppDelegate() {
     m_commandBar.reset();
     m_environment.reset();
     m_modelSetup.reset();
+    m_desktopQueue.sync([] {});
     m_dispatcher.finishDetached();
 }
 
@@ -75,8 +76,10 @@ void AppDelegate::applicationDidFinishLaunching() {
         m_platform.log.write("[Torvo] " + m_hotKey.statusMessage() + " Until another one is set in Settings, " +
                              "torvo toggle does the same.");
     if (m_services.defaults.getAs<bool>(kOnboardingShown).value_or(false)) {
-        if (!m_platform.accessibility.isTrusted())
-            m_platform.accessibility.promptForTrust();
+        m_desktopQueue.async([this] {
+            if (!m_platform.accessibility.isTrusted())
+                m_platform.accessibility.promptForTrust();
+        });
         return;
     }
     if (const auto stored = m_services.defaults.set(kOnboardingShown, true); !stored)
@@ -87,9 +90,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::makeCommandBar() {
     m_runner.emplace(m_finder, m_services.processes, m_services.environment);
     m_commandBar.emplace(CommandBarServices{
-        m_dispatcher, m_panel, m_finder, m_platform.workspace, *m_runner, m_services.processes, m_services.defaults,
-        m_services.session, m_services.log, m_platform.pasteboard, m_platform.notifications, m_platform.distributed,
-        m_platform.trash,
+        m_dispatcher, m_desktopQueue, m_panel, m_finder, m_platform.workspace, *m_runner, m_services.processes,
+        m_services.defaults, m_services.session, m_services.log, m_platform.pasteboard, m_platform.notifications,
+        m_platform.distributed, m_platform.trash,
         OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
     m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
     m_platform.panel.setContent(m_view);

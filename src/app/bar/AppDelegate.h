@@ -49,6 +49,7 @@ class AppDelegate {
     Services m_services{SettingsFile::kPatienceOfWindows};
     DesktopPlatform m_platform;
     FinderService m_finder;
+    ThreadQueue m_desktopQueue;
     CommandBarPanel m_panel;
     HotKeyCoordinator m_hotKey;
     std::optional<ActionRunner> m_runner;

@@ -18,8 +18,8 @@
 #include "linux/filemanager/LinuxScriptHost.h"
 #include "linux/qt/QtDispatcher.h"
 #include "linux/qt/QtPanel.h"
-#include "linux/qt/QtPasteboard.h"
 #include "linux/qt/X11EventPump.h"
+#include "linux/qt/X11Pasteboard.h"
 
 #include <QGuiApplication>
 #include <memory>
@@ -39,13 +39,13 @@ struct DesktopPlatform {
     FrontApplication front{*display};
     X11HotKeys hotKeys{*display};
     SessionBus bus;
-    FileManagers fileManagers;
+    FileManagers fileManagers{bus};
     LinuxScriptHost scripts{fileManagers};
     LinuxAccessibility accessibility{fileManagers, scale};
     DesktopOpener opener;
     LinuxWorkspace workspace{{*display, front, fileManagers, opener}};
     QtPanel panel{*display};
-    QtPasteboard pasteboard;
+    X11Pasteboard pasteboard;
     DesktopNotifications notifications{bus};
     DBusDistributedNotifications distributed{bus};
     AutostartLoginItem loginItem;

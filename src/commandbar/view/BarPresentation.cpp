@@ -86,15 +86,6 @@ std::string_view lastPathComponent(std::string_view path) {
     return path == "/" ? path : path.substr(path.rfind('/') + 1);
 }
 
-std::vector<FileURL> droppedFiles(std::string_view uriList) {
-    std::vector<FileURL> files;
-    for (const auto line : splitNonEmpty(uriList, "\r\n")) {
-        if (auto file = parseFileURLText(line))
-            files.push_back(std::move(*file));
-    }
-    return files;
-}
-
 std::optional<Rect> fittedFrame(double contentHeight, const Rect& panelFrame, bool isVisible) {
     if (!isVisible || !(contentHeight > 1))
         return std::nullopt;

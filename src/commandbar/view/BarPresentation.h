@@ -65,9 +65,6 @@ constexpr std::size_t kMostPills = 3;
 /// The name at the end of a path, as a preview command printed it.
 [[nodiscard]] std::string_view lastPathComponent(std::string_view path);
 
-/// The files among the addresses of a dropped list ("text/uri-list", RFC 2483), in order.
-[[nodiscard]] std::vector<FileURL> droppedFiles(std::string_view uriList);
-
 /// The frame that fits a panel to content of that height, rounded up to whole points, with the top edge where it is.
 /// Absent when the panel already has it, or is not visible, or there is no content yet.
 [[nodiscard]] std::optional<Rect> fittedFrame(double contentHeight, const Rect& panelFrame, bool isVisible);

@@ -3,6 +3,7 @@
 #include "commandbar/view/BarPresentation.h"
 #include "commandbar/view/CompactBody.h"
 #include "commandbar/view/FullBody.h"
+#include "support/FileURLText.h"
 
 #include <QApplication>
 #include <QDropEvent>
@@ -178,7 +179,7 @@ void CommandBarView::dropEvent(QDropEvent* event) {
     // The list as it was sent: a name that is not UTF-8 would not survive as a text.
     const auto list = event->mimeData()->data(QStringLiteral("text/uri-list"));
     acceptWithoutMoving(*event);
-    m_service.handleDrop(droppedFiles(list.toStdString()));
+    m_service.handleDrop(filesInUriList(list.toStdString()));
 }
 
 } // namespace torvo

@@ -24,6 +24,9 @@ class X11Clipboard {
     X11Clipboard(const X11Clipboard&) = delete;
     X11Clipboard& operator=(const X11Clipboard&) = delete;
 
+    /// Whether the X server has gone; nothing comes of such a connection any more.
+    [[nodiscard]] bool isLost() const { return xcb_connection_has_error(m_connection) != 0; }
+
     /// The names of the targets that are on offer; absent when there is nothing, or its owner does not answer.
     [[nodiscard]] std::optional<std::vector<std::string>> targets(Deadline deadline);
     /// The data of one target; absent when it is not on offer.

@@ -16,22 +16,6 @@ constexpr auto kSaveTime = std::chrono::milliseconds(500);
 
 } // namespace
 
-std::vector<std::string> pathsInUriList(std::string_view list) {
-    std::vector<std::string> paths;
-    while (!list.empty()) {
-        const auto end = std::min(list.find('\n'), list.size());
-        auto line = list.substr(0, end);
-        list.remove_prefix(std::min(end + 1, list.size()));
-        if (line.ends_with('\r'))
-            line.remove_suffix(1);
-        if (line.starts_with('#'))
-            continue;
-        if (const auto file = parseFileURLText(std::string(line)))
-            paths.push_back(file->path());
-    }
-    return paths;
-}
-
 std::vector<std::string> copiedFiles(ClipboardKeeper& keeper, const std::function<void()>& copy, Deadline deadline) {
     const auto clipboard = X11Clipboard::create();
     if (clipboard == nullptr)
@@ -42,7 +26,10 @@ std::vector<std::string> copiedFiles(ClipboardKeeper& keeper, const std::functio
         return {};
     const auto list = clipboard->read("text/uri-list", deadline);
     keeper.keep(std::move(before));
-    return list ? pathsInUriList(list->bytes) : std::vector<std::string>();
+    std::vector<std::string> paths;
+    if (list)
+        std::ranges::transform(filesInUriList(list->bytes), std::back_inserter(paths), &FileURL::path);
+    return paths;
 }
 
 } // namespace torvo

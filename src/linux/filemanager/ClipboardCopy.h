@@ -5,13 +5,9 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace torvo {
-
-/// The paths in a text/uri-list (RFC 2483): the files among the addresses, byte for byte.
-[[nodiscard]] std::vector<std::string> pathsInUriList(std::string_view list);
 
 /// The files that a program puts on the clipboard when `copy` has it copy its selection; empty when it copies nothing.
 /// What was on the clipboard before is on it again afterwards.

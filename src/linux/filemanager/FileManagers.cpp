@@ -1,6 +1,5 @@
 #include "linux/filemanager/FileManagers.h"
 
-#include "linux/FrontApplication.h"
 #include "linux/X11Frames.h"
 
 #include <algorithm>
@@ -22,86 +21,33 @@ constexpr auto kSelectTime = std::chrono::seconds(5);
 /// How long one that did not answer is waited for from then on, until it does.
 constexpr auto kGlance = std::chrono::milliseconds(80);
 
-/// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
-/// that is known counts).
-bool isOrdinary(X11Connection& display, xcb_window_t window) {
-    const auto types = display.atoms(window, display.hints()->_NET_WM_WINDOW_TYPE);
-    return types.empty() || types.front() == display.hints()->_NET_WM_WINDOW_TYPE_NORMAL;
-}
-
-bool isHidden(X11Connection& display, xcb_window_t window) {
-    const auto states = display.atoms(window, display.hints()->_NET_WM_STATE);
-    return std::ranges::find(states, display.hints()->_NET_WM_STATE_HIDDEN) != states.end();
-}
-
 } // namespace
 
-X11Connection* FileManagers::display() {
-    if (m_display != nullptr && xcb_connection_has_error(m_display->get()) != 0)
-        m_display.reset();
-    if (m_display == nullptr)
-        m_display = X11Connection::create();
-    return m_display.get();
-}
-
-DBusConnection* FileManagers::session() {
-    if (m_session != nullptr && g_dbus_connection_is_closed(m_session->get()) != FALSE)
-        m_session.reset();
-    if (m_session == nullptr)
-        m_session = DBusConnection::session().value_or(nullptr);
-    return m_session.get();
-}
-
 AccessibilityBus* FileManagers::accessibility(Deadline deadline) {
-    if (m_accessibility != nullptr && m_accessibility->isClosed()) {
-        m_windows.clear();
-        m_accessibility.reset();
-    }
-    if (m_accessibility == nullptr && session() != nullptr) {
-        m_windows.clear();
+    if (m_accessibility != nullptr && !m_accessibility->isClosed() && m_session == m_bus.connection())
+        return m_accessibility.get();
+    // What is known of the windows goes with the connections that it was learned through.
+    m_windows.clear();
+    m_accessibility.reset();
+    m_session = m_bus.connection();
+    if (m_session != nullptr)
         m_accessibility = AccessibilityBus::connect(*m_session, deadline).value_or(nullptr);
-    }
     return m_accessibility.get();
 }
 
-/// The ordinary windows of file managers that are on the screen, the topmost first.
-std::vector<xcb_window_t> FileManagers::windows() {
-    auto* screen = display();
-    if (screen == nullptr)
-        return {};
-    std::vector<xcb_window_t> result;
-    for (const auto window : screen->stackedWindows() | std::views::reverse)
-        if (isFileManager(screen->windowClass(window)) && isOrdinary(*screen, window) && !isHidden(*screen, window))
-            result.push_back(window);
-    return result;
-}
-
-std::optional<xcb_window_t> FileManagers::topmost() {
-    const auto all = windows();
-    return all.empty() ? std::nullopt : std::optional(all.front());
-}
-
 std::vector<std::int32_t> FileManagers::processes() {
-    const std::lock_guard guard(m_lock);
-    std::vector<std::int32_t> result;
-    for (const auto window : windows())
-        if (const auto pid = m_display->pid(window); pid && std::ranges::find(result, *pid) == result.end())
-            result.push_back(*pid);
-    return result;
+    const std::lock_guard guard(m_placesLock);
+    return m_places.processes();
 }
 
 std::optional<xcb_window_t> FileManagers::frontWindow(std::int32_t pid) {
-    const std::lock_guard guard(m_lock);
-    for (const auto window : windows())
-        if (m_display->pid(window) == pid)
-            return window;
-    return std::nullopt;
+    const std::lock_guard guard(m_placesLock);
+    return m_places.topmostOf(pid);
 }
 
 std::optional<Rect> FileManagers::frame(xcb_window_t window) {
-    const std::lock_guard guard(m_lock);
-    auto* screen = display();
-    return screen == nullptr ? std::nullopt : windowFrame(*screen, window);
+    const std::lock_guard guard(m_placesLock);
+    return m_places.frame(window);
 }
 
 std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, const AccessibleObject& application,
@@ -111,7 +57,7 @@ std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, c
     if (frames.size() <= 1)
         return frames.empty() ? std::nullopt : std::optional(frames.front());
     // Windows are told apart by their titles, and those of one title by their places.
-    auto title = m_display->textProperty(window, "_NET_WM_NAME");
+    auto title = m_open.display()->textProperty(window, "_NET_WM_NAME");
     const auto names = reader.names(frames);
     std::vector<AccessibleObject> sameTitle;
     for (std::size_t i = 0; i < frames.size(); ++i)
@@ -119,7 +65,7 @@ std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, c
             sameTitle.push_back(frames[i]);
     if (sameTitle.size() == 1)
         return sameTitle.front();
-    const auto place = windowFrameOnDesktop(*m_display, window);
+    const auto place = windowFrameOnDesktop(*m_open.display(), window);
     std::optional<AccessibleObject> nearest;
     double least = 0;
     for (const auto& candidate : sameTitle.empty() ? frames : sameTitle) {
@@ -137,7 +83,7 @@ std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, c
 }
 
 FileManagerWindow* FileManagers::adapter(xcb_window_t window) {
-    auto* screen = display();
+    auto* screen = m_open.display();
     const auto pid = screen == nullptr ? std::nullopt : screen->pid(window);
     if (!pid)
         return nullptr;
@@ -175,42 +121,40 @@ std::optional<std::string> FileManagers::folder(xcb_window_t window) {
 }
 
 std::optional<std::string> FileManagers::frontFolder() {
-    std::optional<xcb_window_t> window;
-    {
-        const std::lock_guard guard(m_lock);
-        window = topmost();
-    }
-    return window ? folder(*window) : std::nullopt;
+    const std::lock_guard guard(m_lock);
+    const auto window = m_open.topmost();
+    auto* each = window ? adapter(*window) : nullptr;
+    return each == nullptr ? std::nullopt : each->folder(steady_clock::now() + kWorkTime);
 }
 
 std::vector<std::string> FileManagers::selection() {
     const std::lock_guard guard(m_lock);
-    const auto window = topmost();
+    const auto window = m_open.topmost();
     auto* each = window ? adapter(*window) : nullptr;
     return each == nullptr ? std::vector<std::string>() : each->selection(steady_clock::now() + kWorkTime);
 }
 
 void FileManagers::select(const std::vector<std::string>& items) {
     const std::lock_guard guard(m_lock);
-    const auto window = topmost();
+    const auto window = m_open.topmost();
     if (auto* each = window ? adapter(*window) : nullptr)
         each->select(items, steady_clock::now() + kSelectTime);
 }
 
 bool FileManagers::isAccessible() {
-    const std::lock_guard guard(m_lock);
-    return session() != nullptr && AccessibilityBus::isEnabled(*m_session, steady_clock::now() + kAnswerTime);
+    const auto session = m_bus.connection();
+    return session != nullptr && AccessibilityBus::isEnabled(*session, steady_clock::now() + kAnswerTime);
 }
 
 void FileManagers::makeAccessible() {
     const std::lock_guard guard(m_lock);
     const auto deadline = steady_clock::now() + kWorkTime;
-    if (session() == nullptr)
+    auto* bus = accessibility(deadline);
+    if (bus == nullptr)
         return;
     AccessibilityBus::enable(*m_session, deadline);
     // Asking for any program starts the registry, without which those built with Qt 5 do not register.
-    if (auto* bus = accessibility(deadline))
-        (void)bus->application(0, deadline);
+    (void)bus->application(0, deadline);
 }
 
 } // namespace torvo

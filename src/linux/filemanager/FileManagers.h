@@ -1,12 +1,10 @@
 #pragma once
 
-#include "linux/X11Connection.h"
+#include "linux/SessionBus.h"
 #include "linux/filemanager/FileManagerWindow.h"
-#include "support/Geometry.h"
+#include "linux/filemanager/OpenFileManagers.h"
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -17,19 +15,19 @@
 
 namespace torvo {
 
-/// The file managers that run on this desktop. Their windows' places are asked of the X server alone, which answers
-/// whatever they do; for the rest each of them has a limited time, and for one that did not answer nobody waits again.
-/// Everything that cannot be had reads as absent. Callable from any thread.
+/// The file managers that run on this desktop. Each of them has a limited time, and for one that did not answer nobody
+/// waits again. Everything that cannot be had reads as absent. Callable from any thread; only where a call says so it
+/// returns at once.
 class FileManagers {
   public:
-    FileManagers() = default;
+    /// `bus` must outlive the object.
+    explicit FileManagers(SessionBus& bus) : m_bus(bus) {}
 
-    /// The processes with a window, the one with the topmost window first.
+    /// See `OpenFileManagers`. These ask the X server alone, and do not wait for what is asked of a file manager.
     [[nodiscard]] std::vector<std::int32_t> processes();
-    /// The topmost ordinary window of a process that is on the screen.
     [[nodiscard]] std::optional<xcb_window_t> frontWindow(std::int32_t pid);
-    /// The window's frame, decoration included, from the top left of the desktop.
     [[nodiscard]] std::optional<Rect> frame(xcb_window_t window);
+
     [[nodiscard]] std::optional<std::string> folder(xcb_window_t window);
 
     /// Of the topmost window of all.
@@ -50,18 +48,20 @@ class FileManagers {
         std::int32_t pid = 0;
     };
 
-    [[nodiscard]] X11Connection* display();
-    [[nodiscard]] DBusConnection* session();
     [[nodiscard]] AccessibilityBus* accessibility(Deadline deadline);
-    [[nodiscard]] std::vector<xcb_window_t> windows();
-    [[nodiscard]] std::optional<xcb_window_t> topmost();
     /// The adapter of a window whose program answers; null otherwise.
     [[nodiscard]] FileManagerWindow* adapter(xcb_window_t window);
     [[nodiscard]] std::optional<AccessibleObject> frameObject(xcb_window_t window, const AccessibleObject& application,
                                                               Deadline deadline);
 
+    SessionBus& m_bus;
+
+    std::mutex m_placesLock;
+    OpenFileManagers m_places;
+
+    /// Held while a file manager is asked for something, and for all that follows.
     std::mutex m_lock;
-    std::unique_ptr<X11Connection> m_display;
+    OpenFileManagers m_open;
     std::shared_ptr<DBusConnection> m_session;
     std::unique_ptr<AccessibilityBus> m_accessibility;
     ClipboardKeeper m_clipboard;

@@ -1,5 +1,6 @@
 #include "commandbar/view/BarPresentation.h"
 
+#include "support/FileURLText.h"
 #include "tests/support/qt/ShownBar.h"
 
 #include <gmock/gmock.h>
@@ -94,11 +95,11 @@ TEST(BarPresentationTest, TheTextsOfTheRows) {
 }
 
 TEST(BarPresentationTest, OfADropTheFilesAreKeptInOrderByteForByte) {
-    EXPECT_THAT(droppedFiles("file:///b%20c.txt\r\nhttps://example.org/x.png\r\nfile://localhost/a\r\n"),
+    EXPECT_THAT(filesInUriList("file:///b%20c.txt\r\nhttps://example.org/x.png\r\nfile://localhost/a\r\n"),
                 ElementsAre(FileURL("/b c.txt"), FileURL("/a")));
-    EXPECT_THAT(droppedFiles("# dragged\nfile:///odd%FF%0A.txt"), ElementsAre(FileURL("/odd\xFF\n.txt")));
-    EXPECT_THAT(droppedFiles("https://example.org/"), ElementsAre());
-    EXPECT_THAT(droppedFiles(""), ElementsAre());
+    EXPECT_THAT(filesInUriList("# dragged\nfile:///odd%FF%0A.txt"), ElementsAre(FileURL("/odd\xFF\n.txt")));
+    EXPECT_THAT(filesInUriList("https://example.org/"), ElementsAre());
+    EXPECT_THAT(filesInUriList(""), ElementsAre());
 }
 
 TEST(BarPresentationTest, ThePanelGrowsAndShrinksBelowItsTopEdge) {

@@ -18,7 +18,7 @@ class CommandBarJourney : public ::testing::Test {
     }
     /// Opens the bar by the shortcut.
     void open() {
-        bar.service->toggle();
+        bar.summon();
         shown.follow();
     }
     [[nodiscard]] bool settlesAs(std::string_view status) {

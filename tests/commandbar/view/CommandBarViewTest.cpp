@@ -2,6 +2,7 @@
 
 #include "commandbar/view/BarPresentation.h"
 #include "commandbar/view/ResultPill.h"
+#include "support/FileURLText.h"
 #include "support/Text.h"
 #include "tests/support/qt/ShownBar.h"
 
@@ -125,7 +126,7 @@ TEST_F(CommandBarViewTest, ThreeResultsHaveAPillAndNamesAreShownAsTheyAre) {
 
     const FileURL odd("/f/odd \xFF\n%41.png");
     const auto dragged = fileMimeData(odd);
-    EXPECT_THAT(droppedFiles(dragged->data("text/uri-list").toStdString()), ElementsAre(odd));
+    EXPECT_THAT(filesInUriList(dragged->data("text/uri-list").toStdString()), ElementsAre(odd));
 }
 
 TEST_F(CommandBarViewTest, ChipsComeAndGoWithTheSituation) {

@@ -28,6 +28,7 @@ class ShownBar {
 
     /// The view fills the panel, as it does in the panel's window, and what waits for its turn has had it.
     void follow() {
+        bar.dispatcher->runPending();
         for (int turn = 0; turn < 3; ++turn) {
             view.resize(static_cast<int>(bar.window.frame().width), static_cast<int>(bar.window.frame().height));
             QApplication::processEvents();

@@ -1,0 +1,88 @@
+#include "linux/qt/X11Pasteboard.h"
+
+#include "support/FileURLText.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QImageReader>
+#include <algorithm>
+
+namespace torvo {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How long a program may take to say what it has on the clipboard, and to hand it over: pictures are made on demand.
+constexpr std::chrono::milliseconds kOfferTime{300};
+constexpr std::chrono::seconds kHandOverTime{5};
+
+constexpr std::string_view kPng = "image/png";
+constexpr std::string_view kTiff = "image/tiff";
+
+std::optional<std::string> pngOf(const QImage& image) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (image.isNull() || !image.save(&buffer, "PNG"))
+        return std::nullopt;
+    return bytes.toStdString();
+}
+
+/// The first target that is a picture which can be read; empty when there is none.
+std::string readablePicture(const std::vector<std::string>& targets) {
+    static const auto readable = QImageReader::supportedMimeTypes();
+    const auto found = std::ranges::find_if(
+        targets, [](const auto& each) { return readable.contains(QByteArray::fromStdString(each)); });
+    return found == targets.end() ? "" : *found;
+}
+
+} // namespace
+
+std::vector<std::string> X11Pasteboard::targets() {
+    if (m_clipboard != nullptr && m_clipboard->isLost())
+        m_clipboard.reset();
+    if (m_clipboard == nullptr)
+        m_clipboard = X11Clipboard::create();
+    if (m_clipboard == nullptr)
+        return {};
+    return m_clipboard->targets(steady_clock::now() + kOfferTime).value_or(std::vector<std::string>());
+}
+
+std::optional<std::string> X11Pasteboard::bytesOf(std::string_view target) {
+    const auto offered = targets();
+    if (std::ranges::find(offered, target) == offered.end())
+        return std::nullopt;
+    auto form = m_clipboard->read(std::string(target), steady_clock::now() + kHandOverTime);
+    return form && !form->bytes.empty() ? std::optional(std::move(form->bytes)) : std::nullopt;
+}
+
+std::vector<FileURL> X11Pasteboard::fileURLs() {
+    return filesInUriList(bytesOf("text/uri-list").value_or(""));
+}
+
+bool X11Pasteboard::hasImage() {
+    return !readablePicture(targets()).empty();
+}
+
+std::optional<std::string> X11Pasteboard::png() {
+    if (auto bytes = bytesOf(kPng))
+        return bytes;
+    // Programs here offer many kinds of pictures; a TIFF file is one of them, which the caller asks for itself.
+    const auto offered = targets();
+    if (std::ranges::find(offered, kTiff) != offered.end())
+        return std::nullopt;
+    const auto picture = readablePicture(offered);
+    const auto bytes = picture.empty() ? std::nullopt : bytesOf(picture);
+    return bytes ? pngOf(QImage::fromData(QByteArray::fromStdString(*bytes))) : std::nullopt;
+}
+
+std::optional<std::string> X11Pasteboard::tiff() {
+    return bytesOf(kTiff);
+}
+
+std::optional<std::string> X11Pasteboard::pngFromTIFF(const std::string& tiff) {
+    return pngOf(QImage::fromData(QByteArray::fromStdString(tiff), "TIFF"));
+}
+
+} // namespace torvo
