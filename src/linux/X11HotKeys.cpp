@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
 namespace torvo {
 
@@ -99,6 +100,13 @@ std::vector<xcb_keycode_t> X11HotKeys::keysOf(xcb_keysym_t symbol) {
     std::vector<xcb_keycode_t> found;
     for (const auto* key = keys.get(); key != nullptr && *key != XCB_NO_SYMBOL; ++key)
         found.push_back(*key);
+    // A key that gives the symbol in another keyboard layout is another key to whoever types in the first.
+    const auto isInFirstLayout = [&](xcb_keycode_t key) {
+        constexpr int column = 0;
+        return xcb_key_symbols_get_keysym(m_symbols, key, column) == symbol;
+    };
+    if (std::ranges::any_of(found, isInFirstLayout))
+        std::erase_if(found, std::not_fn(isInFirstLayout));
     return found;
 }
 

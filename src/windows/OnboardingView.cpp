@@ -8,6 +8,7 @@
 #include "widgets/TabOrder.h"
 #include "widgets/ToneLabel.h"
 
+#include <QPointer>
 #include <QShortcut>
 #include <QShowEvent>
 #include <array>
@@ -188,7 +189,13 @@ void OnboardingView::showEvent(QShowEvent* event) {
 }
 
 void OnboardingView::checkTrust() {
-    m_accessibilityBadge->setDone(m_services.accessibility.isTrusted());
+    // The answer comes from another program.
+    m_services.dispatcher.runDetached([services = m_services, view = QPointer(this)] {
+        services.dispatcher.runOnMain([view, isTrusted = services.accessibility.isTrusted()] {
+            if (view != nullptr)
+                view->m_accessibilityBadge->setDone(isTrusted);
+        });
+    });
 }
 
 void OnboardingView::showLocalModel() {

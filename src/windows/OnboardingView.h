@@ -3,6 +3,7 @@
 #include "assistance/LocalModelSetupService.h"
 #include "desktop/HotKeyCoordinator.h"
 #include "platform/Accessibility.h"
+#include "platform/Dispatcher.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "support/Observable.h"
@@ -24,6 +25,7 @@ class SymbolLabel;
 
 /// All must outlive the view.
 struct OnboardingServices {
+    Dispatcher& dispatcher;
     Accessibility& accessibility;
     Workspace& workspace;
     UserDefaults& defaults;

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace torvo::testing {
 
 RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_session(session) {
@@ -13,7 +15,17 @@ RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_ses
         EXPECT_TRUE(settings.set("onboardingShown", true));
         EXPECT_TRUE(settings.set("commandLoggingEnabled", true));
     }
-    m_program = std::make_unique<BackgroundProgram>(TORVO_BIN_DIR "/torvo-bar", std::vector<std::string>{});
+    m_program = std::make_unique<BackgroundProgram>(TORVO_BIN_DIR "/torvo-bar", std::vector<std::string>{}, -1,
+                                                    std::vector<std::string>{"TORVO_WATCH_TURNS=" + turns().path()});
+}
+
+RunningBar::~RunningBar() {
+    // Three frames: a machine that is taken away for a moment excuses some of it, waiting for another program never.
+    EXPECT_LT(longestTurn(), 50) << "the main thread was kept busy: " << readFile(turns());
+}
+
+double RunningBar::longestTurn() const {
+    return std::strtod(readFile(turns()).c_str(), nullptr);
 }
 
 std::optional<xcb_window_t> RunningBar::window(std::string_view title) const {

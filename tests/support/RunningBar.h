@@ -11,6 +11,10 @@ class RunningBar {
   public:
     enum class FirstLaunch { no, yes };
     explicit RunningBar(DesktopSession& session, FirstLaunch firstLaunch = FirstLaunch::no);
+    /// Fails the test when the bar's main thread was kept from its events for long.
+    ~RunningBar();
+    RunningBar(const RunningBar&) = delete;
+    RunningBar& operator=(const RunningBar&) = delete;
 
     [[nodiscard]] std::int32_t pid() const { return m_program->pid(); }
     /// A window of the bar's program with that title; absent while there is none on the screen.
@@ -31,10 +35,15 @@ class RunningBar {
     /// should ask the file manager for anything: it has only one clipboard and one menu bar.
     [[nodiscard]] bool carriesOut(const std::string& command, const std::string& outcome = "completed") const;
 
+    /// How long the bar's main thread took for one event at most, in milliseconds.
+    [[nodiscard]] double longestTurn() const;
+
     /// Asks it to end, as a session does at log-out, and waits until it has; its exit status.
     [[nodiscard]] int quit();
 
   private:
+    [[nodiscard]] FileURL turns() const { return m_session.home() / "turns"; }
+
     DesktopSession& m_session;
     std::unique_ptr<BackgroundProgram> m_program;
 };

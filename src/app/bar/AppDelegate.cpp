@@ -34,7 +34,7 @@ AppDelegate::AppDelegate(std::unique_ptr<X11Connection> display)
                        }),
       m_onboardingWindow(kSetupWindow,
                          [this] {
-                             return new OnboardingView({m_platform.accessibility, m_platform.workspace,
+                             return new OnboardingView({m_dispatcher, m_platform.accessibility, m_platform.workspace,
                                                         m_services.defaults, *m_modelSetup, m_hotKey},
                                                        [this] { m_onboardingWindow.close(); });
                          }),
@@ -47,7 +47,9 @@ AppDelegate::AppDelegate(std::unique_ptr<X11Connection> display)
       }) {}
 
 AppDelegate::~AppDelegate() {
-    m_platform.distributed.post(kBlurred);
+    // One that only hands over what it was started for has nothing to take back.
+    if (m_commandBar)
+        m_platform.distributed.post(kBlurred);
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
     m_backdropChanges = {};

@@ -1,5 +1,6 @@
 #include "app/Services.h"
 #include "app/bar/AppDelegate.h"
+#include "app/bar/BarApplication.h"
 #include "linux/RemoteControl.h"
 
 #include <fcntl.h>
@@ -87,7 +88,9 @@ int main(int count, char** values) {
     QApplication::setApplicationName("Torvo");
     QApplication::setDesktopFileName("torvo");
     int qtCount = 1;
-    QApplication application(qtCount, values);
+    torvo::BarApplication application(qtCount, values);
+    if (const char* file = std::getenv("TORVO_WATCH_TURNS"))
+        application.watchTurns(file);
     const EndingSignals endingSignals;
     torvo::AppDelegate delegate(std::move(display));
     const auto openAll = [&](const std::vector<std::string>& addresses) {

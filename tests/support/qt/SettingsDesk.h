@@ -25,7 +25,7 @@ class SettingsDesk {
                 loginItem,       modelSetup,   environment,          *bar.service, bar.log};
     }
     [[nodiscard]] OnboardingServices onboarding() {
-        return {bar.finder.accessibility, bar.finder.workspace, bar.defaults, modelSetup, hotKey};
+        return {*bar.dispatcher, bar.finder.accessibility, bar.finder.workspace, bar.defaults, modelSetup, hotKey};
     }
     [[nodiscard]] std::vector<std::string> locations() const { return {tools.path() + "/"}; }
     /// A tool that succeeds and does nothing.
