@@ -1,5 +1,6 @@
 #include "linux/filemanager/FileManagers.h"
 
+#include "linux/FileLock.h"
 #include "linux/X11Frames.h"
 
 #include <algorithm>
@@ -20,6 +21,16 @@ constexpr auto kWorkTime = std::chrono::seconds(2);
 constexpr auto kSelectTime = std::chrono::seconds(5);
 /// How long one that did not answer is waited for from then on, until it does.
 constexpr auto kGlance = std::chrono::milliseconds(80);
+
+/// A window has one menu bar and the desktop one clipboard: the programs of Torvo use them in turn. One that keeps the
+/// others from it for too long is not waited for.
+std::optional<FileLock> turnAmongPrograms() {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    if (folder == nullptr || folder[0] != '/')
+        return std::nullopt;
+    auto lock = FileLock::take(std::string(folder) + "/torvo-file-manager.lock", kSelectTime);
+    return lock ? std::optional(*std::move(lock)) : std::nullopt;
+}
 
 } // namespace
 
@@ -129,6 +140,7 @@ std::optional<std::string> FileManagers::frontFolder() {
 
 std::vector<std::string> FileManagers::selection() {
     const std::lock_guard guard(m_lock);
+    const auto turn = turnAmongPrograms();
     const auto window = m_open.topmost();
     auto* each = window ? adapter(*window) : nullptr;
     return each == nullptr ? std::vector<std::string>() : each->selection(steady_clock::now() + kWorkTime);
@@ -136,6 +148,7 @@ std::vector<std::string> FileManagers::selection() {
 
 void FileManagers::select(const std::vector<std::string>& items) {
     const std::lock_guard guard(m_lock);
+    const auto turn = turnAmongPrograms();
     const auto window = m_open.topmost();
     if (auto* each = window ? adapter(*window) : nullptr)
         each->select(items, steady_clock::now() + kSelectTime);
