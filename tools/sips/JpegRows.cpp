@@ -114,6 +114,9 @@ class JpegWriter final : public RowWriter {
         m_isStarted = guarded(m_alarm, [&] { start(layout, quality); });
     }
     ~JpegWriter() override {
+        // Until it is told that this is the end, libjpeg leaves m_bytes at memory that it gave back when it took more.
+        if (!m_isFinished && m_info.dest != nullptr)
+            m_info.dest->term_destination(&m_info);
         jpeg_destroy_compress(&m_info);
         std::free(m_bytes);
     }
@@ -130,6 +133,7 @@ class JpegWriter final : public RowWriter {
     std::optional<EncodedPicture> finish() override {
         if (!guarded(m_alarm, [&] { jpeg_finish_compress(&m_info); }))
             return std::nullopt;
+        m_isFinished = true;
         EncodedPicture picture;
         picture.bytes.reset(std::exchange(m_bytes, nullptr));
         picture.size = m_size;
@@ -170,6 +174,7 @@ class JpegWriter final : public RowWriter {
     std::uint8_t* m_bytes = nullptr;
     unsigned long m_size = 0;
     bool m_isStarted = false;
+    bool m_isFinished = false;
 };
 
 } // namespace
