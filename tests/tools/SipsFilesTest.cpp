@@ -110,6 +110,47 @@ TEST(SipsBadInput, thatIsCutAnywhereNeverBecomesAPicture) {
     EXPECT_EQ(runSips({longer.path(), "--out", (folder / "out.png").path()}).errors, "");
 }
 
+/// Several workers, so that one of them is out of work while another one is still at the last rows.
+TEST(SipsBadInput, thatLacksOnlyItsLastRowsIsRefusedEachTime) {
+    const TemporaryFolder folder;
+    const std::string png = (folder / "whole.png").path();
+    draw({"-size", "6000x48", "xc:gray", "+noise", "Random", "-depth", "8", "-strip", "PNG24:" + png});
+    const std::string jpeg = (folder / "whole.jpg").path();
+    draw({png, "-sampling-factor", "1x1", "-quality", "90", jpeg});
+    const auto withoutEnd = [](const std::string& path) {
+        const std::string content = readFile(FileURL(path));
+        return content.substr(0, content.size() - 20);
+    };
+    const std::string cut = folder.file("cut.png", withoutEnd(png)).path();
+    const std::string mended = folder.file("mended.jpg", withoutEnd(jpeg) + "\xFF\xD9").path();
+    const std::string out = (folder / "out").path();
+    RunSettings manyWorkers;
+    manyWorkers.environment = {"VIPS_CONCURRENCY=8"};
+    const auto refuse = [&](const std::string& source, Strings how) {
+        how.insert(how.end(), {source, "--out", out});
+        const Ran ran = run(how, manyWorkers);
+        EXPECT_EQ(ran.status, 1) << ::testing::PrintToString(how) << ": " << ran.errors;
+        EXPECT_TRUE(isOneLine(ran.errors)) << ran.errors;
+    };
+    for (int attempt = 0; attempt < 6; ++attempt)
+        refuse(cut, {"-s", "format", "png", "-Z", "30"});
+    for (const std::string format : {"png", "jpeg", "tiff"}) {
+        refuse(cut, {"-s", "format", format});
+        refuse(mended, {"-s", "format", format});
+    }
+    EXPECT_FALSE(FileURL(out).exists());
+    // A profile that is not one makes no picture damaged.
+    const std::string content = readFile(FileURL(jpeg));
+    const std::string profile = std::string("ICC_PROFILE\0\1\1", 14) + std::string(300, 'x');
+    const std::string odd = content.substr(0, 2) + "\xFF\xE2\x01\x3C" + profile + content.substr(2);
+    EXPECT_EQ(runSips({"-Z", "30", folder.file("odd.jpg", odd).path(), "--out", (folder / "odd.png").path()}).errors,
+              "");
+    // Each failure has its own reason.
+    const std::string gif = folder.file("start.gif", "GIF89a").path();
+    const Ran both = runSips({"-s", "format", "tiff", cut, gif, "--out", folder.folder("both").path()});
+    EXPECT_THAT(both.errors, HasSubstr(gif + ": " + runSips({"-Z", "5", gif}).errors.substr(gif.size() + 8)));
+}
+
 TEST(SipsResult, thatWouldBeTooLargeIsRefused) {
     const TemporaryFolder folder;
     const std::string source = drawPlasma(folder, "a.png");

@@ -44,8 +44,8 @@ std::expected<Result, std::string> Converter::askRoads(Ask ask) {
     return std::move(*answer);
 }
 
-/// Whether a JPEG file has its end marker (ITU-T T.81, B.1.1.3: FF D9). What is left of a file that was cut near its
-/// end may decode without a complaint.
+/// Whether a JPEG file has its end marker (ITU-T T.81, B.1.1.3: FF D9). The decoder misses it only when it happens to
+/// look ahead that far for the last pixels: whether a file without it would be refused depended on what is in it.
 static bool hasJpegEnd(std::span<const std::uint8_t> bytes) {
     constexpr std::array<std::uint8_t, 2> kEnd{0xFF, 0xD9};
     return !std::ranges::search(bytes, kEnd).empty();

@@ -4,6 +4,7 @@
 #include "Printable.h"
 #include "VipsPicture.h"
 
+#include <optional>
 #include <vector>
 #include <vips/vips8>
 
@@ -145,7 +146,7 @@ class VipsRoad final : public Road {
 
         // Pictures are read row by row from top to bottom; what needs them in another order needs them in memory.
         if (image.width() > 0 && (needsTurning(image) || !task.operations.empty()))
-            image = image.copy_memory();
+            image = inMemory(image);
         if (frames == 1)
             image = image.autorot();
         if (!task.operations.empty()) {
@@ -155,8 +156,13 @@ class VipsRoad final : public Road {
                 return std::unexpected(result.error());
             image = *result;
         }
-        return encode(suitedTo(image, task.targetFormat), task.targetFormat,
-                      task.quality.value_or(defaultQuality(task.targetFormat)));
+        EncodedPicture result = encode(suitedTo(image, task.targetFormat), task.targetFormat,
+                                       task.quality.value_or(defaultQuality(task.targetFormat)));
+        if (task.sourceFormat == Format::jpeg) {
+            if (const std::optional<std::string> loss = lossInJpeg())
+                return std::unexpected(Refusal{Refusal::Kind::failed, *loss});
+        }
+        return result;
     }
 };
 

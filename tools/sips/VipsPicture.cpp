@@ -94,6 +94,8 @@ bool startVips() {
 }
 
 VImage openPicture(std::span<const std::uint8_t> source, Format format, Frames frames) {
+    // What libvips says from here on is about this picture.
+    vips_error_clear();
     VipsBlob* const blob = vips_blob_new(nullptr, source.data(), source.size());
     VImage image;
     VOption* const options = VImage::option()
@@ -105,7 +107,18 @@ VImage openPicture(std::span<const std::uint8_t> source, Format format, Frames f
         options->set("n", -1);
     vips_area_unref(VIPS_AREA(blob));
     VImage::call(loaderOf(format), options);
+    // libvips 8.14 loses a failure in the last rows when it has several workers: another one, for which nothing is
+    // left, ends the evaluation as a success while the last rows are still being read (mended by libvips pull request
+    // 4116). Reading goes row by row anyway.
+    image = image.copy();
+    image.set(VIPS_META_CONCURRENCY, 1);
     return image;
+}
+
+VImage inMemory(const VImage& image) {
+    VImage whole = image.copy_memory().copy();
+    whole.remove(VIPS_META_CONCURRENCY);
+    return whole;
 }
 
 int frameHeightOf(const VImage& image) {
@@ -171,6 +184,14 @@ EncodedPicture encode(const VImage& image, Format format, int quality) {
     saveTo(&bytes, &result.size, saver, image, options);
     result.bytes = {static_cast<std::uint8_t*>(bytes), g_free};
     return result;
+}
+
+std::optional<std::string> lossInJpeg() {
+    // libvips looks for warnings before it reads more rows, so that those of the last rows are only in its text, among
+    // what it says of small matters.
+    const std::string_view text = vips_error_buffer();
+    const std::size_t warning = text.find("VipsJpeg: ");
+    return warning == std::string_view::npos ? std::nullopt : std::optional(oneLineOf(text.substr(warning)));
 }
 
 PictureFacts factsOf(const VImage& image) {

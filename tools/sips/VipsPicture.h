@@ -2,6 +2,7 @@
 
 #include "Road.h"
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ enum class Frames { first, all };
 /// Several frames come as one tall picture. `source` must outlive the picture.
 [[nodiscard]] vips::VImage openPicture(std::span<const std::uint8_t> source, Format format, Frames frames);
 
+/// The whole of a picture that was opened, read now: it can be used in any order and by all workers.
+[[nodiscard]] vips::VImage inMemory(const vips::VImage& image);
+
 /// The height of one frame; that of the picture when it has one only.
 [[nodiscard]] int frameHeightOf(const vips::VImage& image);
 
@@ -29,6 +33,9 @@ enum class Frames { first, all };
 [[nodiscard]] vips::VImage suitedTo(vips::VImage image, Format format);
 
 [[nodiscard]] EncodedPicture encode(const vips::VImage& image, Format format, int quality);
+
+/// What was wrong with a JPEG picture that was read to its end, as one line: damage in its last rows throws nothing.
+[[nodiscard]] std::optional<std::string> lossInJpeg();
 
 [[nodiscard]] PictureFacts factsOf(const vips::VImage& image);
 
