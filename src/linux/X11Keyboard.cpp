@@ -1,9 +1,10 @@
 #include "linux/X11Keyboard.h"
 
-#include "linux/X11Connection.h"
-
 #include <xcb/xcb_keysyms.h>
 #include <xcb/xtest.h>
+
+#include <algorithm>
+#include <ranges>
 
 namespace torvo {
 
@@ -26,22 +27,37 @@ void releaseHeldModifiers(xcb_connection_t* connection, xcb_window_t root) {
 
 } // namespace
 
-void tapKey(xcb_keysym_t symbol) {
-    const auto display = X11Connection::create();
-    if (display == nullptr)
-        return;
-    auto* connection = display->get();
+bool pressKeysIn(X11Connection& display, xcb_window_t window, const std::vector<xcb_keysym_t>& keys) {
+    auto* connection = display.get();
+    std::vector<xcb_keycode_t> codes;
     auto* symbols = xcb_key_symbols_alloc(connection);
-    const XcbReply<xcb_keycode_t> keys(xcb_key_symbols_get_keycode(symbols, symbol));
+    for (const auto key : keys) {
+        const XcbReply<xcb_keycode_t> found(xcb_key_symbols_get_keycode(symbols, key));
+        codes.push_back(found ? *found : XCB_NO_SYMBOL);
+    }
     xcb_key_symbols_free(symbols);
-    if (!keys || *keys == XCB_NO_SYMBOL)
-        return;
-    releaseHeldModifiers(connection, display->root());
-    for (const std::uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
-        xcb_test_fake_input(connection, type, *keys, XCB_CURRENT_TIME, display->root(), 0, 0, 0);
+    const XcbReply<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    const XcbReply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(connection, xcb_get_window_attributes(connection, window), nullptr));
+    // Without the keyboard in that window the keys would go to another program.
+    if (!focus || !attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+        std::ranges::find(codes, XCB_NO_SYMBOL) != codes.end())
+        return false;
+    const auto fake = [&](std::uint8_t type, xcb_keycode_t code) {
+        xcb_test_fake_input(connection, type, code, XCB_CURRENT_TIME, display.root(), 0, 0, 0);
+    };
+    releaseHeldModifiers(connection, display.root());
+    xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    for (const auto code : codes)
+        fake(XCB_KEY_PRESS, code);
+    for (const auto code : codes | std::views::reverse)
+        fake(XCB_KEY_RELEASE, code);
+    xcb_set_input_focus(connection, focus->revert_to, focus->focus, XCB_CURRENT_TIME);
     // The server has carried it out when it answers.
     const XcbReply<xcb_get_input_focus_reply_t> heard(
         xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    return true;
 }
 
 } // namespace torvo

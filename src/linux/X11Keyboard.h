@@ -1,14 +1,19 @@
 #pragma once
 
-#include <xcb/xproto.h>
+#include "linux/X11Connection.h"
+
+#include <vector>
 
 namespace torvo {
 
-/// Presses and releases a key as if the user did (XTEST), on the keyboard of $DISPLAY. Modifiers that are held count as
-/// released from then on. The key goes to whatever has the keyboard.
-void tapKey(xcb_keysym_t symbol);
+/// Presses keys in a window as if the user did (XTEST), one after the other, and releases them. Whatever else has the
+/// keyboard keeps it: the X server gives it to the window, presses, and gives it back before it takes the next key from
+/// anybody. Modifiers that are held count as released from then on. False, and nothing is pressed, when the window is
+/// not on the screen or the keyboard lacks a key.
+[[nodiscard]] bool pressKeysIn(X11Connection& display, xcb_window_t window, const std::vector<xcb_keysym_t>& keys);
 
-/// Of the Escape key (X11/keysymdef.h).
+/// Of keys (X11/keysymdef.h).
 constexpr xcb_keysym_t kEscapeKey = 0xFF1B;
+constexpr xcb_keysym_t kControlKey = 0xFFE3;
 
 } // namespace torvo

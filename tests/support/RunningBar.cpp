@@ -20,8 +20,8 @@ RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_ses
 }
 
 RunningBar::~RunningBar() {
-    // Three frames: a machine that is taken away for a moment excuses some of it, waiting for another program never.
-    EXPECT_LT(longestTurn(), 50) << "the main thread was kept busy: " << readFile(turns());
+    // Painting waits for the X server, which a busy machine keeps waiting itself; but no other program is waited for.
+    EXPECT_LT(longestTurn(), 200) << "the main thread was kept busy: " << readFile(turns());
 }
 
 double RunningBar::longestTurn() const {

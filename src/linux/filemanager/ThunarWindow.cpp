@@ -9,22 +9,32 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+#include <functional>
 #include <thread>
 
 namespace torvo {
 
 namespace {
 
-constexpr std::size_t kEditMenu = 1;
-constexpr std::size_t kViewMenu = 2;
-/// The shortcuts of the views, the details view's in the middle.
-constexpr std::array<std::string_view, 3> kViewShortcuts{"ctrl+1", "ctrl+2", "ctrl+3"};
+/// The keys that, with Control, show the views.
+constexpr xcb_keysym_t kIconsKey = '1';
+constexpr xcb_keysym_t kDetailsKey = '2';
+constexpr xcb_keysym_t kCompactKey = '3';
 /// More names than that come faster through the clipboard.
 constexpr std::size_t kFewItems = 64;
-/// How long a menu may take to open or close.
-constexpr auto kMenuTime = std::chrono::milliseconds(500);
+/// How long a view may take to come.
+constexpr auto kViewTime = std::chrono::seconds(1);
+
+/// Whether the condition comes to hold until then.
+bool comes(Deadline deadline, const std::function<bool()>& condition) {
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
 
 bool isFolder(const std::string& path) {
     struct stat status{};
@@ -115,43 +125,9 @@ std::vector<std::string> ThunarWindow::names(const AccessibleReader& reader, con
     return reader.names(reader.childrenAt(reader.cells(table, rows, *column), 1));
 }
 
-std::optional<AccessibleNode> ThunarWindow::menuItem(const AccessibleReader& reader, std::size_t menu,
-                                                     std::string_view shortcut, bool isFresh) {
-    if (!m_menuBar)
-        m_menuBar = findBelow(reader, m_access.frame, AccessibleRole::menuBar, {});
-    if (!m_menuBar)
-        return std::nullopt;
-    const auto menus = reader.children(*m_menuBar);
-    if (menu >= menus.size()) {
-        m_menuBar.reset();
-        return std::nullopt;
-    }
-    if (isFresh || reader.childCount(menus[menu]) == 0)
-        remakeMenu(reader, menus[menu]);
-    const auto items = reader.children(menus[menu]);
-    const auto found = itemWithShortcut(reader, items, shortcut);
-    return found ? std::optional(reader.node(items[*found])) : std::nullopt;
-}
-
-/// A menu is made when it is opened, for the selection of that moment, and stays when it is closed. While it is open it
-/// has the keyboard, of which nothing but its own Escape key makes it let go.
-void ThunarWindow::remakeMenu(const AccessibleReader& reader, const AccessibleObject& menu) {
-    const auto becomesOpen = [&](bool wanted) {
-        const auto end = std::min(reader.deadline(), std::chrono::steady_clock::now() + kMenuTime);
-        while (std::chrono::steady_clock::now() < end) {
-            const auto first = reader.child(menu, 0);
-            if ((first && reader.node(*first).has(AccessibleState::showing)) == wanted)
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return false;
-    };
-    reader.press(menu);
-    if (!becomesOpen(true))
-        return;
-    tapKey(kEscapeKey);
-    if (!becomesOpen(false))
-        reader.clearSelection(*m_menuBar);
+bool ThunarWindow::press(const std::vector<xcb_keysym_t>& keys) {
+    const auto display = X11Connection::create();
+    return display != nullptr && pressKeysIn(*display, m_access.window, keys);
 }
 
 /// What the status bar says without the numbers: with nothing selected, always one of a few sentences.
@@ -167,17 +143,15 @@ std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
     const auto words = statusWords(reader);
     if (!words.empty() && m_wordsOfNothing.contains(words))
         return {};
-    auto copy = menuItem(reader, kEditMenu, "ctrl+c");
-    if (copy && !copy->has(AccessibleState::sensitive))
-        copy = menuItem(reader, kEditMenu, "ctrl+c", true);
-    if (!copy)
-        return {};
-    if (!copy->has(AccessibleState::sensitive)) {
-        if (statusWords(reader) == words)
-            m_wordsOfNothing.insert(words);
-        return {};
-    }
-    return copiedFiles(m_access.clipboard, [&] { reader.press(copy->object); }, reader.deadline());
+    bool hasAnswered = false;
+    auto paths = copiedFiles(
+        m_access.clipboard,
+        [&] { hasAnswered = press({kControlKey, 'c'}) && !words.empty() && statusWords(reader) == words; },
+        reader.deadline());
+    // It went on after the key was pressed, and copied nothing: there is nothing to copy.
+    if (paths.empty() && hasAnswered && statusWords(reader) == words)
+        m_wordsOfNothing.insert(words);
+    return paths;
 }
 
 std::vector<std::string> ThunarWindow::selection(Deadline deadline) {
@@ -219,28 +193,23 @@ void ThunarWindow::select(const std::vector<std::string>& items, Deadline deadli
         return;
     }
     if (items.empty()) {
-        if (const auto clear = menuItem(reader, kEditMenu, "escape"))
-            reader.press(clear->object);
+        (void)press({kEscapeKey});
         return;
     }
-    std::optional<AccessibleObject> back;
-    for (const auto shortcut : kViewShortcuts)
-        if (const auto item = menuItem(reader, kViewMenu, shortcut); item && item->has(AccessibleState::checked))
-            back = item->object;
-    const auto toDetails = menuItem(reader, kViewMenu, kViewShortcuts[1]);
-    if (!back || !toDetails)
+    const auto view = m_pane ? reader.name(*m_pane) : "";
+    if (view.empty() || !press({kControlKey, kDetailsKey}))
         return;
-    reader.press(toDetails->object);
-    auto details = table(reader);
-    while (!details && !reader.isOver()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        details = table(reader);
-    }
+    std::optional<AccessibleObject> details;
+    (void)comes(reader.deadline(), [&] { return (details = table(reader)).has_value(); });
     if (details)
         selectRows(reader, *details, items);
     // The way back must work even when the time is over.
-    const AccessibleReader last(m_access.accessibility, std::chrono::steady_clock::now() + std::chrono::seconds(1));
-    last.press(*back);
+    const AccessibleReader last(m_access.accessibility, std::chrono::steady_clock::now() + 2 * kViewTime);
+    const auto isAway = [&] { return !table(last) && m_pane; };
+    const auto isBack = [&] { return isAway() && last.name(*m_pane) == view; };
+    if (press({kControlKey, kIconsKey}) && comes(last.deadline(), isAway) && !isBack() &&
+        press({kControlKey, kCompactKey}))
+        (void)comes(last.deadline(), isBack);
 }
 
 } // namespace torvo

@@ -1,5 +1,6 @@
 // The file managers themselves, on a desktop of their own, driven with real keys.
 #include "linux/clipboard/X11Clipboard.h"
+#include "linux/filemanager/ViewSearch.h"
 #include "tests/support/DesktopSession.h"
 #include "tests/support/Eventually.h"
 
@@ -129,6 +130,47 @@ TEST(ThunarWindowTest, ReadsItsDetailsViewWithoutTheClipboard) {
     EXPECT_TRUE(session.selectionBecomes({"b.png"}));
     manager.select({(files / "c.png").path()});
     EXPECT_TRUE(session.selectionBecomes({"c.png"}));
+}
+
+/// A menu takes the keyboard, and what the user types then chooses from it.
+TEST(ThunarWindowTest, OpensNoMenuAndGoesBackToItsView) {
+    testing::TemporaryFolder files;
+    for (const char* name : {"a.png", "b.png"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    ASSERT_TRUE(session.open({"thunar", "Thunar"}, files.url()));
+    auto& display = session.display();
+    int opened = 0;
+    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(display.get(), display.root(), XCB_CW_EVENT_MASK, &mask);
+    display.listen(
+        [&](const xcb_generic_event_t& event) { opened += (event.response_type & 0x7F) == XCB_MAP_NOTIFY ? 1 : 0; });
+    SessionBus bus;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto accessibility = AccessibilityBus::connect(*bus.connection(), deadline);
+    ASSERT_TRUE(accessibility);
+    const AccessibleReader reader(**accessibility, deadline);
+    const auto view = [&] {
+        const auto application = (*accessibility)->application(session.pid(), deadline);
+        const auto pane = application ? findShown(reader, *application, {AccessibleRole::directoryPane}) : std::nullopt;
+        return pane ? reader.name(*pane) : "";
+    };
+    const auto focus = [&] { return display.activeWindow(); };
+    const auto iconView = view();
+    const auto front = focus();
+    EXPECT_FALSE(iconView.empty());
+    auto& manager = session.fileManagers();
+    EXPECT_THAT(manager.selection(), IsEmpty());
+    for (const char* name : {"a.png", "b.png"}) {
+        manager.select({(files / name).path()});
+        EXPECT_THAT(manager.selection(), ElementsAre((files / name).path()));
+        EXPECT_EQ(view(), iconView);
+        manager.select({});
+        EXPECT_THAT(manager.selection(), IsEmpty());
+    }
+    display.dispatch();
+    EXPECT_EQ(opened, 0);
+    EXPECT_EQ(focus(), front);
 }
 
 /// Its icon view is read through the clipboard, which is the user's.
