@@ -68,7 +68,7 @@ FileURL commandLogFile() {
 
 Services::Services(std::chrono::milliseconds patience)
     : defaults(SettingsFile::defaultLocation(), {}, patience),
-      log(commandLogFile(), defaults, logQueue),
+      log(commandLogFile(), defaults, diskQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},
       executor(presets, {defaults, session, processes, log, environment}) {}
 

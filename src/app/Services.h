@@ -34,7 +34,7 @@ struct Services {
     LinuxProcessHost processes;
     SettingsFile defaults;
     CurlHttpSession session;
-    ThreadQueue logQueue;
+    ThreadQueue diskQueue;
     CommandLog log;
     RunnerEnvironment environment;
     PresetPlanner presets;

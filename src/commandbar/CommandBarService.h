@@ -38,11 +38,13 @@
 namespace torvo {
 
 /// What the bar works with. Everything must outlive the controller, and what runs beside the main thread (the runner,
-/// the session, the log, the dispatcher) must outlive the dispatcher's detached tasks and those of the queue.
+/// the session, the log, the dispatcher) must outlive the dispatcher's detached tasks and those of the queues.
 struct CommandBarServices {
     Dispatcher& dispatcher;
     /// Where the file manager and the clipboard are asked, one question after the other: they may be slow to answer.
     SerialQueue& desktopQueue;
+    /// Where the disk is written to, one change after the other.
+    SerialQueue& diskQueue;
     CommandBarPanel& panel;
     FinderService& finder;
     Workspace& workspace;
@@ -155,6 +157,9 @@ class CommandBarService {
     /// The form of a bar that is placed without being opened.
     [[nodiscard]] BarForm restingForm() const { return m_state.isKeyWindow ? BarForm::expanded : BarForm::compact; }
     void browseHistory(int index);
+    /// Changes what is stored of the history, and takes over what came of it.
+    void changeStoredHistory(std::function<void(HistoryStore& history)> change);
+    void saveOperations();
     void resetState();
     /// What resetting, hiding and their like have in common: whatever is under way no longer concerns the bar.
     void abandonWork();
@@ -225,7 +230,11 @@ class CommandBarService {
 
     std::optional<Rect> m_lastFinderFrame;
     std::optional<std::vector<FileURL>> m_droppedSelection;
-    HistoryStore m_history;
+    /// The commands submitted, newest first.
+    std::vector<std::string> m_history;
+    /// For the disk's queue alone.
+    std::shared_ptr<HistoryStore> m_storedHistory;
+    std::uint64_t m_historyChanges = 0;
     /// Which entry of the history the field shows; -1 while it shows none.
     int m_historyIndex = -1;
     /// What was in the field before the history was browsed.

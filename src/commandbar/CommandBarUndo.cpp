@@ -53,7 +53,11 @@ void CommandBarService::recordOperation(const Action& action, const std::string&
     if (m_state.operations.size() > kMaximumOperations)
         m_state.operations.resize(kMaximumOperations);
     m_lastOperationID = m_state.operations.front().id;
-    m_services.store.save(m_state.operations);
+    saveOperations();
+}
+
+void CommandBarService::saveOperations() {
+    m_services.diskQueue.async([store = m_services.store, operations = m_state.operations] { store.save(operations); });
 }
 
 std::expected<void, std::string> CommandBarService::revert(const Operation& operation) {
@@ -92,7 +96,7 @@ void CommandBarService::undo(const UUID& id) {
         return;
     }
     operation->undone = true;
-    m_services.store.save(m_state.operations);
+    saveOperations();
     if (m_lastOperationID == id) {
         m_state.resultOutputs.clear();
         m_lastOperationID.reset();
@@ -146,7 +150,7 @@ void CommandBarService::revealLast() {
 void CommandBarService::clearLog() {
     const Turn turn(*this);
     m_state.operations.clear();
-    m_services.store.clear();
+    m_services.diskQueue.async([store = m_services.store] { store.clear(); });
     m_lastOperationID.reset();
     m_state.resultOutputs.clear();
 }

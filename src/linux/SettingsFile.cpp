@@ -106,18 +106,21 @@ std::expected<void, std::string> SettingsFile::update(std::string_view key, cons
     const auto failure = [](const std::string& reason) {
         return std::unexpected("Could not save the settings: " + reason + ".");
     };
-    const std::lock_guard threadLock(m_mutex);
+    const std::lock_guard changing(m_changing);
     const std::string path = followingLinks(m_location.path());
     if (const int error = makeFolders(FileURL(path).deletingLastPathComponent()))
         return failure(systemErrorText(error));
     const auto lock = FileLock::take(path + ".lock", m_patience);
     if (!lock)
         return failure(lock.error());
-    refresh();
-    if (m_content == Content::inaccessible)
-        return failure(m_reason);
-
-    json changed = m_document;
+    json changed;
+    {
+        const std::lock_guard reading(m_mutex);
+        refresh();
+        if (m_content == Content::inaccessible)
+            return failure(m_reason);
+        changed = m_document;
+    }
     const auto old = changed.find(key);
     auto value = change(old == changed.end() ? std::nullopt : settingsValue(*old));
     if (!value) {
@@ -187,7 +190,7 @@ void SettingsFile::fail(Content content, const std::string& reason) {
         m_report(line);
 }
 
-/// To be called under the file lock, after a refresh.
+/// To be called under the file lock, after a refresh. Those who read meanwhile need not wait for the disk.
 std::expected<void, std::string> SettingsFile::write(const json& document) {
     const auto text = settingsText(document);
     if (!text)
@@ -197,10 +200,13 @@ std::expected<void, std::string> SettingsFile::write(const json& document) {
     const std::string path = followingLinks(m_location.path());
     if (const int error = prepareReplacement(path, *text))
         return std::unexpected(systemErrorText(error));
-    if (m_content == Content::notSettings)
-        if (auto moved = setAside(path); !moved)
-            return moved;
-    m_version.reset();
+    {
+        const std::lock_guard reading(m_mutex);
+        if (m_content == Content::notSettings)
+            if (auto moved = setAside(path); !moved)
+                return moved;
+        m_version.reset();
+    }
     if (const int error = commitReplacement(path))
         return std::unexpected(systemErrorText(error));
     return {};

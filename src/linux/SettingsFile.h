@@ -68,6 +68,9 @@ class SettingsFile : public UserDefaults {
     const FileURL m_location;
     const Report m_report;
     const std::chrono::milliseconds m_patience;
+    /// Held during a change, the writing included.
+    std::mutex m_changing;
+    /// Held while the members below are used.
     std::mutex m_mutex;
     nlohmann::json m_document = nlohmann::json::object();
     Content m_content = Content::nothing;

@@ -29,8 +29,8 @@ Bar::~Bar() {
 
 void Bar::start() {
     service.emplace(
-        CommandBarServices{*dispatcher, desktopQueue, panel, finder.service, finder.workspace, runner, processes,
-                           defaults, session, log, pasteboard, notifications, distributed, trash,
+        CommandBarServices{*dispatcher, desktopQueue, diskQueue, panel, finder.service, finder.workspace, runner,
+                           processes, defaults, session, log, pasteboard, notifications, distributed, trash,
                            OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
                            support.url(), [this] { return now; }});
 }

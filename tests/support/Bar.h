@@ -68,6 +68,7 @@ class Bar {
     CurlHttpSession session;
     ThreadQueue queue;
     ManualQueue desktopQueue;
+    ManualQueue diskQueue;
     CommandLog log;
     CommandBarPanel panel;
     ActionRunner runner;

@@ -58,6 +58,7 @@ AppDelegate::~AppDelegate() {
     m_environment.reset();
     m_modelSetup.reset();
     m_desktopQueue.sync([] {});
+    m_services.diskQueue.sync([] {});
     m_dispatcher.finishDetached();
 }
 
@@ -92,9 +93,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::makeCommandBar() {
     m_runner.emplace(m_finder, m_services.processes, m_services.environment);
     m_commandBar.emplace(CommandBarServices{
-        m_dispatcher, m_desktopQueue, m_panel, m_finder, m_platform.workspace, *m_runner, m_services.processes,
-        m_services.defaults, m_services.session, m_services.log, m_platform.pasteboard, m_platform.notifications,
-        m_platform.distributed, m_platform.trash,
+        m_dispatcher, m_desktopQueue, m_services.diskQueue, m_panel, m_finder, m_platform.workspace, *m_runner,
+        m_services.processes, m_services.defaults, m_services.session, m_services.log, m_platform.pasteboard,
+        m_platform.notifications, m_platform.distributed, m_platform.trash,
         OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
     m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
     m_platform.panel.setContent(m_view);
