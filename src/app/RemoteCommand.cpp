@@ -22,7 +22,8 @@ ExitStatus report(const RemoteBar::Result& result) {
 } // namespace
 
 ExitStatus toggleCommand(const std::vector<std::string>& arguments) {
-    CLI::App app("Shows the bar, or hides it: the command to bind to a shortcut in the desktop's own settings.",
+    CLI::App app("Shows the bar under the file manager's window and gives it the keyboard: the command to bind to a "
+                 "shortcut in the desktop's own settings.",
                  "torvo toggle");
     if (const auto status = parse(app, arguments))
         return *status;

@@ -35,7 +35,7 @@ Examples:
   find . -name '*.png' -print0 | torvo run --files-from - -0 zip
 
 The bar that runs on your desktop is reached with these:
-  torvo toggle                                           show it, or hide it
+  torvo toggle                                           show it and type into it
   torvo drop FILE...                                     hand files to it
   torvo prefill TEXT                                     show it with a text
 

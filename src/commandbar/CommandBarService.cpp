@@ -72,7 +72,10 @@ void CommandBarService::refreshContext(std::function<void()> then) {
         FinderContext context;
         bool hasClipboardContent = false;
     };
-    const bool isDropped = droppedContext().has_value();
+    const auto dropped = droppedContext();
+    const bool isDropped = dropped.has_value();
+    if (dropped)
+        showContext(*dropped);
     const auto number = ++*m_contextReads;
     const auto read = [&finder = m_services.finder, &pasteboard = m_services.pasteboard, isDropped,
                        reads = m_contextReads, number]() -> Reading {

@@ -34,9 +34,14 @@ std::optional<std::string> FinderService::runOsascript(const std::vector<std::st
 }
 
 std::vector<FileURL> FinderService::selectedFiles() {
-    auto files = parseFinderSelection(runOsascript({"-e", kSelectionScript}).value_or(""));
-    // The rest of a name with a line feed in it: no file of this name was selected.
-    std::erase_if(files, [](const FileURL& file) { return !file.path().starts_with('/'); });
+    std::vector<FileURL> files;
+    for (const auto& line : parseFinderSelection(runOsascript({"-e", kSelectionScript}).value_or(""))) {
+        // No path begins like that: it is the rest of a name with a line feed in it.
+        if (line.path().starts_with('/'))
+            files.push_back(line);
+        else if (!files.empty())
+            files.back() = FileURL(files.back().path() + '\n' + line.path());
+    }
     return files;
 }
 

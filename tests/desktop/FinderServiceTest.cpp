@@ -46,8 +46,9 @@ TEST_F(FinderServiceTest, RunsItsScriptsWithExactlyTheseArguments) {
 }
 
 TEST_F(FinderServiceTest, TakesNoPieceOfANameForAFile) {
-    finder.show(FileURL("/f"), {FileURL("/f/two\nlines"), FileURL("/f/a")});
-    EXPECT_THAT(finder.service.selectedFiles(), ElementsAre(FileURL("/f/two"), FileURL("/f/a")));
+    finder.show(FileURL("/f"), {FileURL("/f/two\nlines"), FileURL("/f/a"), FileURL("/f/x \n y\nz")});
+    EXPECT_THAT(finder.service.selectedFiles(),
+                ElementsAre(FileURL("/f/two\nlines"), FileURL("/f/a"), FileURL("/f/x \n y\nz")));
 }
 
 TEST_F(FinderServiceTest, ReadsAsEmptyWhenTheScriptProgramCannotStart) {
