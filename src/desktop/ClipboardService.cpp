@@ -29,7 +29,7 @@ std::optional<std::pair<FileURL, Descriptor>> createPastedImage(const FileURL& f
 } // namespace
 
 bool hasContent(Pasteboard& pasteboard) {
-    return pasteboard.hasImage() || !pasteboard.fileURLs().empty();
+    return pasteboard.hasFiles() || pasteboard.hasImage();
 }
 
 std::optional<std::string> imageData(Pasteboard& pasteboard) {

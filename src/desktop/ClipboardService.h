@@ -12,7 +12,7 @@ namespace torvo {
 /// The clipboard as a source of input files.
 namespace ClipboardService {
 
-/// Whether the clipboard holds files or a picture.
+/// Whether the clipboard offers files or a picture. Its owner is only asked what it has, not for it.
 [[nodiscard]] bool hasContent(Pasteboard& pasteboard);
 
 /// The picture on the clipboard as the bytes of a PNG file.

@@ -14,6 +14,8 @@ class Pasteboard {
   public:
     virtual ~Pasteboard() = default;
 
+    /// Whether it holds what may name files, without fetching it.
+    [[nodiscard]] virtual bool hasFiles() = 0;
     /// The files on it, in order; addresses that name no file are left out.
     [[nodiscard]] virtual std::vector<FileURL> fileURLs() = 0;
     /// Whether it holds a picture that `png` or `tiff` would return, without fetching it.

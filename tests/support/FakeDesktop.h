@@ -59,6 +59,7 @@ class FakePanel final : public Panel {
 };
 
 struct FakePasteboard final : Pasteboard {
+    bool hasFiles() override { return !files.empty(); }
     std::vector<FileURL> fileURLs() override { return files; }
     bool hasImage() override { return pngBytes || tiffBytes; }
     std::optional<std::string> png() override { return pngBytes; }

@@ -17,6 +17,7 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kOfferTime{300};
 constexpr std::chrono::seconds kHandOverTime{5};
 
+constexpr std::string_view kFiles = "text/uri-list";
 constexpr std::string_view kPng = "image/png";
 constexpr std::string_view kTiff = "image/tiff";
 
@@ -57,8 +58,13 @@ std::optional<std::string> X11Pasteboard::bytesOf(std::string_view target) {
     return form && !form->bytes.empty() ? std::optional(std::move(form->bytes)) : std::nullopt;
 }
 
+bool X11Pasteboard::hasFiles() {
+    const auto offered = targets();
+    return std::ranges::find(offered, kFiles) != offered.end();
+}
+
 std::vector<FileURL> X11Pasteboard::fileURLs() {
-    return filesInUriList(bytesOf("text/uri-list").value_or(""));
+    return filesInUriList(bytesOf(kFiles).value_or(""));
 }
 
 bool X11Pasteboard::hasImage() {

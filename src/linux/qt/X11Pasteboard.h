@@ -12,6 +12,7 @@ namespace torvo {
 /// then reads as empty.
 class X11Pasteboard final : public Pasteboard {
   public:
+    bool hasFiles() override;
     std::vector<FileURL> fileURLs() override;
     bool hasImage() override;
     std::optional<std::string> png() override;
