@@ -60,6 +60,8 @@ AppDelegate::~AppDelegate() {
     m_desktopQueue.sync([] {});
     m_services.diskQueue.sync([] {});
     m_dispatcher.finishDetached();
+    // Nobody reads through the clipboard any more.
+    m_platform.fileManagers.leaveClipboardBehind();
 }
 
 void AppDelegate::applicationDidFinishLaunching() {

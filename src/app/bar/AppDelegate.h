@@ -25,7 +25,8 @@ namespace torvo {
 class AppDelegate {
   public:
     explicit AppDelegate(std::unique_ptr<X11Connection> display);
-    /// Tells the session that the bar is gone, and waits for what still runs beside the main thread.
+    /// Tells the session that the bar is gone, waits for what still runs beside the main thread, and leaves the user's
+    /// clipboard to a process of its own where the bar has put it back.
     ~AppDelegate();
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
