@@ -5,9 +5,13 @@
 #include "tests/support/ScriptedOwner.h"
 #include "tests/support/XDesktop.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
+#include <array>
 #include <csignal>
 
 namespace torvo {
@@ -110,8 +114,10 @@ TEST_F(X11ClipboardTest, SurvivesThatItsOwnerHangs) {
     const auto kept = owner->owner();
     ASSERT_TRUE(testing::eventually([&] { return owner->owner() != kept && text() == "the user's"; }));
     ASSERT_EQ(::kill(again.pid(), SIGSTOP), 0);
-    EXPECT_THAT(copied([&] { ADD_FAILURE() << "nothing is copied"; }), IsEmpty());
-    keeper.leaveBehind();
+    std::optional<ClipboardKeeper> ending(std::in_place);
+    EXPECT_THAT(copiedFiles(*ending, [&] { ADD_FAILURE() << "nothing is copied"; }, in(5s)), IsEmpty());
+    ending->leaveBehind();
+    ending.reset();
     ASSERT_EQ(::kill(again.pid(), SIGCONT), 0);
     EXPECT_EQ(text(), "the user's");
 }
@@ -172,9 +178,17 @@ TEST_F(X11ClipboardTest, KeepsWhatTheUserCopiesAfterwards) {
 }
 
 TEST_F(X11ClipboardTest, OutlivesTheProgramThatKeepsIt) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
     keeper.keep({{kText, kText, 8, kLongText}});
     keeper.leaveBehind();
     EXPECT_TRUE(text() == kLongText);
+    writeEnd.reset();
+    pollfd polled{readEnd.get(), POLLIN, 0};
+    EXPECT_TRUE(testing::eventually([&] { return ::poll(&polled, 1, 0) == 1; }))
+        << "whoever waits for the program's end need not wait for this one's";
     const auto clipboard = X11Clipboard::create();
     const auto left = clipboard->owner();
     EXPECT_TRUE(exists(left));
