@@ -23,6 +23,7 @@ Bar::Bar(ManualDispatcher::Detached detached)
 }
 
 Bar::~Bar() {
+    m_watch = {};
     service.reset();
     dispatcher.reset();
 }
@@ -33,9 +34,11 @@ void Bar::start() {
                            processes, defaults, session, log, pasteboard, notifications, distributed, trash,
                            OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
                            support.url(), [this] { return now; }});
+    m_watch = service->observe([this] { statuses.push_back(state().status); });
 }
 
 void Bar::restart() {
+    m_watch = {};
     service.reset();
     window.orderOut();
     start();

@@ -76,9 +76,13 @@ class Bar {
     /// Ends its threads before what they use goes.
     std::optional<ManualDispatcher> dispatcher;
     std::optional<CommandBarService> service;
+    /// Every status line that listeners were told of, in order.
+    std::vector<std::string> statuses;
 
   private:
     void start();
+
+    Subscription m_watch;
 };
 
 } // namespace torvo::testing
