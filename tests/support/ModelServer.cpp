@@ -93,6 +93,14 @@ std::string head(int code, const std::vector<std::string>& headers) {
     return text;
 }
 
+ScriptedReply modelListing(const std::vector<std::string>& names) {
+    nlohmann::json models = nlohmann::json::array();
+    for (const std::string& name : names)
+        models.push_back({{"id", name}, {"object", "model"}});
+    const nlohmann::json listing = {{"object", "list"}, {"data", models}};
+    return ScriptedReply::status(200, listing.dump(), {"Content-Type: application/json"});
+}
+
 } // namespace
 
 void Gate::open() {
@@ -163,11 +171,12 @@ void ModelServer::reply(std::string_view content) {
 }
 
 void ModelServer::replyModels(const std::vector<std::string>& names) {
-    nlohmann::json models = nlohmann::json::array();
-    for (const std::string& name : names)
-        models.push_back({{"id", name}, {"object", "model"}});
-    const nlohmann::json listing = {{"object", "list"}, {"data", models}};
-    queue(ScriptedReply::status(200, listing.dump(), {"Content-Type: application/json"}));
+    queue(modelListing(names));
+}
+
+void ModelServer::advertise(const std::vector<std::string>& names) {
+    const std::lock_guard lock(m_mutex);
+    m_listing = modelListing(names);
 }
 
 std::vector<ReceivedRequest> ModelServer::requests() const {
@@ -212,8 +221,11 @@ void ModelServer::serve(const std::stop_token& stop, int socket) {
 
 ScriptedReply ModelServer::record(ReceivedRequest request) {
     const std::lock_guard lock(m_mutex);
+    const bool isListing = request.method == "GET";
     m_requests.push_back(std::move(request));
     m_changed.notify_all();
+    if (isListing && m_listing)
+        return *m_listing;
     if (m_replies.empty())
         return ScriptedReply::status(404);
     ScriptedReply reply = std::move(m_replies.front());

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -98,6 +99,9 @@ class ModelServer {
     /// Queues a listing of these models.
     void replyModels(const std::vector<std::string>& names);
 
+    /// From now on, answers every listing of models with these, whatever is queued.
+    void advertise(const std::vector<std::string>& names);
+
     /// The requests so far, in the order of their arrival.
     [[nodiscard]] std::vector<ReceivedRequest> requests() const;
     /// Waits until so many requests have arrived; false after ten seconds without them.
@@ -117,6 +121,7 @@ class ModelServer {
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<ScriptedReply> m_replies;
+    std::optional<ScriptedReply> m_listing;
     std::vector<ReceivedRequest> m_requests;
     std::size_t m_hangUps = 0;
     std::vector<std::jthread> m_connections;

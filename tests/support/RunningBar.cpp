@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace torvo::testing {
@@ -39,6 +40,19 @@ std::optional<xcb_window_t> RunningBar::window(std::string_view title) const {
 bool RunningBar::isKey() const {
     const auto active = m_session.display().activeWindow();
     return active && active == bar();
+}
+
+bool RunningBar::hasPopup() const {
+    auto& display = m_session.display();
+    const XcbReply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(display.get(), xcb_query_tree(display.get(), display.root()), nullptr));
+    const auto* first = xcb_query_tree_children(tree.get());
+    return std::any_of(first, first + xcb_query_tree_children_length(tree.get()), [&](xcb_window_t window) {
+        const XcbReply<xcb_get_window_attributes_reply_t> look(
+            xcb_get_window_attributes_reply(display.get(), xcb_get_window_attributes(display.get(), window), nullptr));
+        return look != nullptr && look->override_redirect != 0 && look->map_state == XCB_MAP_STATE_VIEWABLE &&
+               display.pid(window) == pid();
+    });
 }
 
 std::optional<Rect> RunningBar::frame() const {

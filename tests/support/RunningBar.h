@@ -24,6 +24,8 @@ class RunningBar {
     [[nodiscard]] bool isShown() const { return bar().has_value(); }
     /// Whether the bar has the keyboard.
     [[nodiscard]] bool isKey() const;
+    /// Whether a menu or a list of choices of the bar's program is open.
+    [[nodiscard]] bool hasPopup() const;
     /// Where the bar is, from the top left.
     [[nodiscard]] std::optional<Rect> frame() const;
 
