@@ -46,6 +46,11 @@ QPushButton* makeSmallButton(const QString& title) {
     return button;
 }
 
+void showChecked(QAbstractButton& button, bool isChecked) {
+    const QSignalBlocker quiet(button);
+    button.setChecked(isChecked);
+}
+
 QSize LeadingButton::sizeHint() const {
     const auto natural = QPushButton::sizeHint();
     return {fontMetrics().horizontalAdvance(text()) + 2 * kLabelInset + 2, natural.height()};

@@ -13,6 +13,9 @@ namespace torvo {
 /// A bordered button in small type, for rows.
 [[nodiscard]] QPushButton* makeSmallButton(const QString& title);
 
+/// Checks a button, or not, to show what is so: `toggled` tells only of what the user changes, by whatever means.
+void showChecked(QAbstractButton& button, bool isChecked);
+
 /// A bordered button whose label begins at its leading edge.
 class LeadingButton final : public QPushButton {
   public:

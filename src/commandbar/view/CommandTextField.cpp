@@ -29,11 +29,13 @@ CommandTextField::CommandTextField(Actions actions, QWidget* parent)
     // Files that are dropped on the field are dropped on the bar.
     setAcceptDrops(false);
     applyColors();
-    QObject::connect(this, &QLineEdit::textEdited, this,
+    // However it changes: assistive technology sets a text without editing it.
+    QObject::connect(this, &QLineEdit::textChanged, this,
                      [this](const QString& text) { m_actions.onChange(text.toStdString()); });
 }
 
 void CommandTextField::showText(const std::string& text) {
+    const QSignalBlocker quiet(*this);
     const auto shown = QString::fromStdString(text);
     if (shown != this->text())
         setText(shown);

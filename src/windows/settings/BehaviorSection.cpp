@@ -19,7 +19,7 @@ constexpr const char* kLoginItemsPane = "x-apple.systempreferences:com.apple.Log
 BehaviorSection::BehaviorSection(const SettingsServices& services, Report report)
     : SectionBox("Behavior"), m_services(services), m_report(std::move(report)) {
     m_launchAtLogin = new QCheckBox("Launch Torvo at login");
-    connect(m_launchAtLogin, &QCheckBox::clicked, this, [this](bool isOn) { setLaunchAtLogin(isOn); });
+    connect(m_launchAtLogin, &QCheckBox::toggled, this, [this](bool isOn) { setLaunchAtLogin(isOn); });
     rows().addWidget(m_launchAtLogin);
 
     m_approval = new QWidget;
@@ -32,7 +32,7 @@ BehaviorSection::BehaviorSection(const SettingsServices& services, Report report
     rows().addWidget(m_approval);
 
     m_dryRun = new QCheckBox("Preview every command before running (dry-run)");
-    connect(m_dryRun, &QCheckBox::clicked, this, [this](bool isOn) { setDryRun(isOn); });
+    connect(m_dryRun, &QCheckBox::toggled, this, [this](bool isOn) { setDryRun(isOn); });
     rows().addWidget(m_dryRun);
     rows().addWidget(
         new CaptionLabel("Show the command and the files it will touch, and confirm, before anything runs. "
@@ -41,14 +41,14 @@ BehaviorSection::BehaviorSection(const SettingsServices& services, Report report
 }
 
 void BehaviorSection::appear() {
-    m_launchAtLogin->setChecked(m_services.loginItem.status() == LoginItemStatus::enabled);
+    showChecked(*m_launchAtLogin, m_services.loginItem.status() == LoginItemStatus::enabled);
     showApproval();
-    m_dryRun->setChecked(SettingsStore::dryRunPreview(m_services.defaults));
+    showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
 }
 
 void BehaviorSection::setLaunchAtLogin(bool isOn) {
     if (const auto changed = LaunchAtLoginService::setEnabled(isOn, m_services.loginItem); !changed) {
-        m_launchAtLogin->setChecked(m_services.loginItem.status() == LoginItemStatus::enabled);
+        showChecked(*m_launchAtLogin, m_services.loginItem.status() == LoginItemStatus::enabled);
         m_report("Could not change Launch at Login: " + changed.error());
     }
     showApproval();
@@ -56,7 +56,7 @@ void BehaviorSection::setLaunchAtLogin(bool isOn) {
 
 void BehaviorSection::setDryRun(bool isOn) {
     if (const auto stored = m_services.defaults.set("dryRunPreview", isOn); !stored) {
-        m_dryRun->setChecked(SettingsStore::dryRunPreview(m_services.defaults));
+        showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
         m_report("Could not save the setting: " + stored.error());
     }
 }

@@ -20,8 +20,9 @@ bool isBlank(std::string_view text) {
     return trimmed(text, TextTrim::spacesAndLineBreaks).empty();
 }
 
-/// Does not disturb a field that shows the text already.
+/// Does not disturb a field that shows the text already, and tells nobody.
 void setShownText(QLineEdit& field, const std::string& text) {
+    const QSignalBlocker quiet(field);
     if (const auto shown = QString::fromStdString(text); field.text() != shown)
         field.setText(shown);
 }
@@ -69,7 +70,8 @@ QLineEdit* EndpointSection::addField(const char* title, std::string LLMEndpoint:
     auto* field = new QLineEdit;
     field->setAccessibleName(QString::fromUtf8(title));
     label->setBuddy(field);
-    connect(field, &QLineEdit::textEdited, this, [this, text](const QString& typed) {
+    // However it changes: assistive technology sets a text without editing it.
+    connect(field, &QLineEdit::textChanged, this, [this, text](const QString& typed) {
         m_endpoint.*text = storedText(typed);
         store();
     });

@@ -10,7 +10,7 @@ namespace torvo {
 PrivacySection::PrivacySection(const SettingsServices& services)
     : SectionBox("Privacy & local data"), m_services(services) {
     m_logging = new QCheckBox("Save a local command log");
-    connect(m_logging, &QCheckBox::clicked, this, [this](bool isOn) { setLogging(isOn); });
+    connect(m_logging, &QCheckBox::toggled, this, [this](bool isOn) { setLogging(isOn); });
     rows().addWidget(m_logging);
     rows().addWidget(new CaptionLabel("Optional and off by default for new customers. When enabled, Torvo stores "
                                       "prompts, exact file paths, model replies, and outcomes locally in JSONL. It "
@@ -31,7 +31,7 @@ PrivacySection::PrivacySection(const SettingsServices& services)
 }
 
 void PrivacySection::appear() {
-    m_logging->setChecked(m_services.log.isEnabled());
+    showChecked(*m_logging, m_services.log.isEnabled());
 }
 
 void PrivacySection::say(const std::string& status) {
@@ -40,7 +40,7 @@ void PrivacySection::say(const std::string& status) {
 
 void PrivacySection::setLogging(bool isOn) {
     if (const auto stored = m_services.defaults.set("commandLoggingEnabled", isOn); !stored) {
-        m_logging->setChecked(m_services.log.isEnabled());
+        showChecked(*m_logging, m_services.log.isEnabled());
         say("Could not save the setting: " + stored.error());
     }
 }

@@ -38,7 +38,7 @@ UpdatesSection::UpdatesSection(const SettingsServices& services)
     : SectionBox("Updates & global shortcut"), m_services(services), m_draft(services.hotKey.configuration()) {
     auto& updates = addRow();
     m_automatic = new QCheckBox("Automatically check for updates");
-    connect(m_automatic, &QCheckBox::clicked, this,
+    connect(m_automatic, &QCheckBox::toggled, this,
             [this](bool isOn) { m_services.updates.setAutomaticallyChecksForUpdates(isOn); });
     updates.addWidget(m_automatic, 1);
     auto* check = makeButton("Check for Updates…");
@@ -60,7 +60,7 @@ void UpdatesSection::addShortcutEditor() {
         button->setFixedWidth(kModifierWidth);
         button->setToolTip(spokenName);
         button->setAccessibleDescription(spokenName);
-        connect(button, &QPushButton::clicked, this, [this, flag = flag](bool isOn) { m_draft.*flag = isOn; });
+        connect(button, &QPushButton::toggled, this, [this, flag = flag](bool isOn) { m_draft.*flag = isOn; });
         m_modifiers.emplace_back(button, flag);
         row.addWidget(button);
     }
@@ -70,6 +70,8 @@ void UpdatesSection::addShortcutEditor() {
     row.addWidget(title);
     m_key = new KeyPicker;
     m_key->setAccessibleName("Key");
+    // Qt on X11 tells assistive technology the choice in place of that name: the label says what it is for.
+    title->setBuddy(m_key);
     m_key->setFixedWidth(kKeyWidth);
     m_key->setMaxVisibleItems(27);
     m_key->addItem("Space", "space");
@@ -84,7 +86,7 @@ void UpdatesSection::addShortcutEditor() {
 }
 
 void UpdatesSection::appear() {
-    m_automatic->setChecked(m_services.updates.automaticallyChecksForUpdates());
+    showChecked(*m_automatic, m_services.updates.automaticallyChecksForUpdates());
     m_draft = m_services.hotKey.configuration();
     showDraft();
 }
