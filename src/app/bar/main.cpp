@@ -2,6 +2,7 @@
 #include "app/bar/AppDelegate.h"
 #include "app/bar/BarApplication.h"
 #include "linux/RemoteControl.h"
+#include "widgets/AccessibleWindow.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -91,6 +92,7 @@ int main(int count, char** values) {
     torvo::BarApplication application(qtCount, values);
     if (const char* file = std::getenv("TORVO_WATCH_TURNS"))
         application.watchTurns(file);
+    torvo::makeWindowsAccessible();
     const EndingSignals endingSignals;
     torvo::AppDelegate delegate(std::move(display));
     const auto openAll = [&](const std::vector<std::string>& addresses) {
