@@ -6,11 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace torvo::testing {
 
 namespace {
+
+constexpr const char* kAccessible = "org.a11y.atspi.Accessible";
 
 /// For the answers of one question; a program that hangs fails the test in the end.
 Deadline soon() {
@@ -159,11 +162,55 @@ bool AccessibleApplication::isChecked(std::string_view name) const {
     return control && control->has(AccessibleState::checked);
 }
 
-std::optional<Control> AccessibleApplication::focused() const {
-    for (const auto& each : shown())
-        if (each.has(Control::kFocused))
-            return each;
-    return std::nullopt;
+std::optional<Control> AccessibleApplication::focused(const std::vector<Control>& controls) const {
+    std::vector<AccessibleObject> objects;
+    std::ranges::transform(controls, std::back_inserter(objects), [](const auto& each) { return each.node.object; });
+    const auto nodes = reader().nodes(objects);
+    const auto found = std::ranges::find_if(nodes, [](const auto& node) { return node.has(Control::kFocused); });
+    return found == nodes.end() ? std::nullopt : std::optional(controls[found - nodes.begin()]);
+}
+
+GLibPointer<GVariant> AccessibleApplication::property(const AccessibleObject& object, const char* interface,
+                                                      const char* name) const {
+    const auto answer = m_bus->call({.object = object,
+                                     .interface = "org.freedesktop.DBus.Properties",
+                                     .member = "Get",
+                                     .arguments = g_variant_new("(ss)", interface, name),
+                                     .answer = "(v)"},
+                                    soon());
+    if (!answer)
+        return nullptr;
+    const GLibPointer<GVariant> boxed(g_variant_get_child_value(answer->get(), 0));
+    return GLibPointer<GVariant>(g_variant_get_variant(boxed.get()));
+}
+
+std::string AccessibleApplication::spoken(const Control& control) const {
+    constexpr guint32 kLabelledBy = 2;
+    std::string name = control.name;
+    const auto relations = m_bus->call(
+        {.object = control.node.object, .interface = kAccessible, .member = "GetRelationSet", .answer = "(a(ua(so)))"},
+        soon());
+    const GLibPointer<GVariant> list(relations ? g_variant_get_child_value(relations->get(), 0) : nullptr);
+    for (gsize i = 0; list != nullptr && i < g_variant_n_children(list.get()); ++i) {
+        const GLibPointer<GVariant> relation(g_variant_get_child_value(list.get(), i));
+        const GLibPointer<GVariant> targets(g_variant_get_child_value(relation.get(), 1));
+        guint32 kind = 0;
+        g_variant_get_child(relation.get(), 0, "u", &kind);
+        if (kind != kLabelledBy || g_variant_n_children(targets.get()) == 0)
+            continue;
+        const char* program = nullptr;
+        const char* path = nullptr;
+        g_variant_get_child(targets.get(), 0, "(&s&o)", &program, &path);
+        name = reader().name({program, path});
+    }
+    const auto description = property(control.node.object, kAccessible, "Description");
+    const std::string more = description == nullptr ? "" : g_variant_get_string(description.get(), nullptr);
+    return more.empty() ? name : name + ", " + more;
+}
+
+std::int32_t AccessibleApplication::actionCount(const Control& control) const {
+    const auto count = property(control.node.object, "org.a11y.atspi.Action", "NActions");
+    return count == nullptr ? 0 : g_variant_get_int32(count.get());
 }
 
 } // namespace torvo::testing

@@ -54,11 +54,17 @@ class AccessibleApplication {
     /// What a text field holds.
     [[nodiscard]] std::string text(std::string_view name) const;
     [[nodiscard]] bool isChecked(std::string_view name) const;
-    /// The control that has the keyboard.
-    [[nodiscard]] std::optional<Control> focused() const;
+    /// The one of these controls that has the keyboard.
+    [[nodiscard]] std::optional<Control> focused(const std::vector<Control>& controls) const;
+    /// What a control is called aloud: the name of its label, where it has one, else its own, and its description.
+    [[nodiscard]] std::string spoken(const Control& control) const;
+    /// How many actions it has: a press, a toggle.
+    [[nodiscard]] std::int32_t actionCount(const Control& control) const;
 
   private:
     [[nodiscard]] AccessibleReader reader() const;
+    [[nodiscard]] GLibPointer<GVariant> property(const AccessibleObject& object, const char* interface,
+                                                 const char* name) const;
     [[nodiscard]] bool ask(const AccessibleObject& object, const char* interface, const char* member,
                            GVariant* arguments) const;
 
