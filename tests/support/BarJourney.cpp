@@ -61,6 +61,11 @@ bool BarJourney::select(const std::vector<std::string>& names) {
     return session.selectionBecomes(names);
 }
 
+bool BarJourney::dismiss() const {
+    DesktopSession::press("Escape");
+    return screen->awaitsEnd("Command");
+}
+
 bool BarJourney::choose(std::string_view item) {
     const auto place = bar->frame();
     const auto index = std::ranges::find(kMenu, item) - kMenu.begin();

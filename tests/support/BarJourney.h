@@ -28,6 +28,8 @@ class BarJourney : public ::testing::Test {
     void picture(const std::string& name) const;
     /// Has exactly these files selected in the file manager, and its window in front.
     [[nodiscard]] bool select(const std::vector<std::string>& names);
+    /// Has the bar be small and empty again, as it would be by itself a moment after a success.
+    [[nodiscard]] bool dismiss() const;
     /// Chooses an item of the bar's menu with the mouse.
     [[nodiscard]] bool choose(std::string_view item);
     /// The same, and waits until the window that it opens has the keyboard in place of the bar.

@@ -80,12 +80,14 @@ TEST_F(WindowsJourneyTest, ARuleIsUsedAtOnceAndGoneAtOnce) {
     ASSERT_TRUE(close(kSettings));
     ASSERT_TRUE(bar->carriesOut("notes", "selected"));
     EXPECT_TRUE(session.selectionBecomes({"b.md"}));
+    ASSERT_TRUE(dismiss());
 
     ASSERT_TRUE(select({"a.txt"}));
     ASSERT_TRUE(bar->summon());
     ASSERT_TRUE(screen->click("notes")) << "its chip";
     EXPECT_TRUE(logs("selected", 2));
     EXPECT_TRUE(session.selectionBecomes({"b.md"}));
+    ASSERT_TRUE(dismiss());
 
     ASSERT_TRUE(openSettings());
     ASSERT_TRUE(screen->press("Remove notes"));
