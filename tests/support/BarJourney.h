@@ -56,6 +56,8 @@ class BarJourney : public ::testing::Test {
     std::optional<AccessibleApplication> screen;
 
   private:
+    [[nodiscard]] bool opensMenu();
+
     bool m_isOpen = false;
     bool m_isLower = false;
 };

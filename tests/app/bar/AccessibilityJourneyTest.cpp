@@ -18,12 +18,14 @@ using ::testing::UnorderedElementsAreArray;
 
 class AccessibilityJourneyTest : public testing::BarJourney {
   protected:
-    /// The controls of a window that can be used with the keyboard; what is in a list is not on its own.
+    /// The controls of a window that can be used with the keyboard. What is in a list is not on its own, and texts have
+    /// the keyboard only for copying from them.
     [[nodiscard]] std::vector<testing::Control> controls(std::string_view window) const {
         auto all = screen->shown(window);
         std::erase_if(all, [](const auto& each) {
             return !each.has(testing::Control::kFocusable) || !each.has(AccessibleState::sensitive) ||
-                   each.node.role == Role::statusBar || each.node.role == Role::listItem;
+                   each.node.role == Role::statusBar || each.node.role == Role::label ||
+                   each.node.role == Role::listItem;
         });
         return all;
     }
@@ -38,7 +40,9 @@ class AccessibilityJourneyTest : public testing::BarJourney {
         const auto all = controls(window);
         ASSERT_FALSE(all.empty()) << window;
         const auto role = screen->shown(window).front().node.role;
-        EXPECT_TRUE(role == Role::window || role == Role::frame) << window << ": role " << static_cast<int>(role);
+        constexpr auto kAlert = static_cast<Role>(2);
+        EXPECT_TRUE(role == Role::window || role == Role::frame || role == kAlert)
+            << window << ": role " << static_cast<int>(role);
         std::set<std::string> known;
         for (const auto& each : all) {
             const auto name = screen->spoken(each);
@@ -57,6 +61,8 @@ class AccessibilityJourneyTest : public testing::BarJourney {
         const auto all = controls(window);
         std::optional<testing::Control> now;
         ASSERT_TRUE(testing::eventually([&] { return (now = screen->focused(all)).has_value(); })) << window;
+        if (all.size() == 1)
+            return;
         const auto start = std::ranges::find(all, now->node.object, [](const auto& each) { return each.node.object; });
         std::vector<testing::Control> expected(start, all.end());
         expected.insert(expected.end(), all.begin(), start);
@@ -84,16 +90,20 @@ TEST_F(AccessibilityJourneyTest, EveryControlOfTheWindowsHasANameAndAPlaceInTheT
     picture("one.png");
     ASSERT_TRUE(start());
     ASSERT_TRUE(select({"one.png"}));
-    ASSERT_TRUE(bar->carriesOut("jpg"));
-    ASSERT_TRUE(select({"one.png"}));
-    ASSERT_TRUE(bar->carriesOut("zip"));
+    for (const char* command : {"jpg", "zip"}) {
+        ASSERT_TRUE(bar->carriesOut(command));
+        ASSERT_TRUE(dismiss());
+        ASSERT_TRUE(select({"one.png"}));
+    }
     for (const auto& [item, window] : {std::pair("Settings…", "Torvo Settings"),
                                        {"Setup & Permissions…", "Torvo Setup"},
                                        {"Activity Log…", "Torvo Activity"},
-                                       {"Ideas…", "Torvo Ideas"}}) {
-        ASSERT_TRUE(open(item, window));
+                                       {"Ideas…", "Torvo Ideas"},
+                                       {"About Torvo", "About Torvo"},
+                                       {"Check for Updates…", "Torvo Updates"}}) {
+        ASSERT_TRUE(open(item, window)) << window;
         expectUsable(window);
-        ASSERT_TRUE(close(window));
+        ASSERT_TRUE(close(window)) << window;
     }
 }
 
