@@ -1,5 +1,7 @@
 #include "linux/X11Frames.h"
 
+#include "linux/X11WorkAreas.h"
+
 #include <xcb/randr.h>
 
 #include <algorithm>
@@ -27,28 +29,6 @@ xcb_atom_t atom(X11Connection& connection, std::string_view name) {
     const auto cookie = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
     const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
-/// The part of the whole desktop that no panel or dock takes, top edge as `y`.
-std::optional<Rect> workArea(X11Connection& connection) {
-    xcb_ewmh_get_workarea_reply_t reply{};
-    const auto cookie = xcb_ewmh_get_workarea(connection.hints(), connection.screenNumber());
-    if (xcb_ewmh_get_workarea_reply(connection.hints(), cookie, &reply, nullptr) == 0)
-        return std::nullopt;
-    std::optional<Rect> area;
-    if (reply.workarea_len > 0) {
-        const auto& first = reply.workarea[0];
-        area = Rect{static_cast<double>(first.x), static_cast<double>(first.y), static_cast<double>(first.width),
-                    static_cast<double>(first.height)};
-    }
-    xcb_ewmh_get_workarea_reply_wipe(&reply);
-    return area;
-}
-
-Rect intersection(const Rect& a, const Rect& b) {
-    const double x = std::max(a.x, b.x);
-    const double y = std::max(a.y, b.y);
-    return {x, y, std::min(a.right(), b.right()) - x, std::min(a.top(), b.top()) - y};
 }
 
 /// What RANDR says of the monitors; nothing where the server lacks it.
@@ -130,17 +110,23 @@ std::optional<Rect> windowFrame(X11Connection& connection, xcb_window_t window) 
 
 ScreenLayout X11Screens::layout() {
     const auto frames = monitors(m_connection);
-    const auto area = workArea(m_connection);
+    const auto areas = workAreas(m_connection, frames);
     ScreenLayout layout{.main = mainScreen(m_connection, frames)};
+    const auto points = m_points ? m_points() : DesktopPoints();
     const auto& primary = frames.front();
-    const auto upright = [&](const Rect& rect) {
-        return Rect{(rect.x - primary.x) / m_scale, (primary.top() - rect.top()) / m_scale, rect.width / m_scale,
-                    rect.height / m_scale};
-    };
-    for (const auto& frame : frames) {
-        const auto visible = area ? intersection(frame, *area) : frame;
-        const bool isUsable = visible.width > 0 && visible.height > 0;
-        layout.screens.push_back({upright(frame), upright(isUsable ? visible : frame)});
+    const double height = points.fromPixels({0, 0, primary.width, primary.height}).height;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const auto frame = points.fromPixels(
+            {frames[i].x - primary.x, frames[i].y - primary.y, frames[i].width, frames[i].height});
+        // In the scale of the monitor, wherever the middle of what is left of it is.
+        const double scale = frames[i].width / frame.width;
+        const auto& area = areas[i];
+        const Rect visible{frame.x + (area.x - frames[i].x) / scale, frame.y + (area.y - frames[i].y) / scale,
+                           area.width / scale, area.height / scale};
+        const auto upright = [height](const Rect& rect) {
+            return Rect{rect.x, height - rect.top(), rect.width, rect.height};
+        };
+        layout.screens.push_back({upright(frame), upright(visible)});
     }
     return layout;
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "linux/DesktopPoints.h"
 #include "linux/X11Connection.h"
 #include "platform/Screens.h"
 #include "support/Geometry.h"
 
+#include <functional>
 #include <optional>
+#include <utility>
 
 namespace torvo {
 
@@ -24,14 +27,16 @@ namespace torvo {
 /// The monitors of the X server, without what panels and docks take from them.
 class X11Screens final : public Screens {
   public:
-    /// `connection` must outlive the object, which is for the connection's thread. `scale`: pixels in a point.
-    explicit X11Screens(X11Connection& connection, double scale = 1) : m_connection(connection), m_scale(scale) {}
+    /// `connection` must outlive the object, which is for the connection's thread. `points`: what the points are at the
+    /// moment; null where each pixel is one.
+    explicit X11Screens(X11Connection& connection, std::function<DesktopPoints()> points = {})
+        : m_connection(connection), m_points(std::move(points)) {}
 
     ScreenLayout layout() override;
 
   private:
     X11Connection& m_connection;
-    double m_scale;
+    std::function<DesktopPoints()> m_points;
 };
 
 } // namespace torvo

@@ -1,6 +1,5 @@
 // A real X server with a real window manager: what is at the front, where windows are, and the shortcut.
 #include "linux/FrontApplication.h"
-#include "linux/X11Frames.h"
 #include "linux/X11HotKeys.h"
 #include "linux/filemanager/FileManagerWindow.h"
 #include "tests/support/Eventually.h"
@@ -10,8 +9,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
-#include <xcb/randr.h>
-#include <xcb/xcbext.h>
 
 #include <array>
 #include <string_view>
@@ -152,82 +149,6 @@ TEST_F(X11Test, LosesNoEventToACallThatWaitsForItsReply) {
         return presses == 1;
     }));
     EXPECT_FALSE(connection().hasQueuedEvents());
-}
-
-TEST_F(X11Test, CountsFromThePrimaryMonitor) {
-    const auto makeMonitor = [&](std::string_view name, bool isPrimary, std::int16_t x, std::int16_t y,
-                                 std::uint16_t height) {
-        const auto cookie =
-            xcb_intern_atom(connection().get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-        const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(connection().get(), cookie, nullptr));
-        // By hand: the library's own function sends a wrong length when there are no outputs.
-        struct {
-            xcb_randr_set_monitor_request_t request{};
-            xcb_randr_monitor_info_t monitor{};
-        } message;
-        message.request.window = connection().root();
-        message.monitor = {.name = atom->atom, .primary = isPrimary, .x = x, .y = y, .width = 640, .height = height};
-        std::array<iovec, 4> parts{};
-        parts[2] = {&message, sizeof message};
-        const xcb_protocol_request_t protocol{
-            .count = 2, .ext = &xcb_randr_id, .opcode = XCB_RANDR_SET_MONITOR, .isvoid = 1};
-        xcb_send_request(connection().get(), 0, &parts[2], &protocol);
-    };
-    makeMonitor("left", false, 0, 0, 800);
-    makeMonitor("right", true, 640, 100, 700);
-    XWindow window(connection(), "Thunar", 1);
-    activate(window);
-    const auto layout = X11Screens(connection()).layout();
-    std::vector<Rect> frames;
-    for (const auto& screen : layout.screens)
-        frames.push_back(screen.frame);
-    // The server goes on listing its whole screen.
-    EXPECT_THAT(frames, ::testing::UnorderedElementsAre(Rect{0, 0, 640, 700}, Rect{-640, 0, 640, 800},
-                                                        Rect{-640, 0, 1280, 800}));
-    EXPECT_EQ(frames[0].x, 0) << "the primary one comes first";
-    const std::array<std::uint32_t, 2> place{700, 300};
-    xcb_configure_window(connection().get(), window.id(), XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place.data());
-    xcb_flush(connection().get());
-    EXPECT_TRUE(desktop.eventually([&] {
-        const auto frame = windowFrame(connection(), window.id());
-        return frame && frame->x > 50 && frame->x < 65 && frame->y > 170 && frame->y < 205;
-    })) << windowFrame(connection(), window.id())->x;
-    EXPECT_EQ(X11Screens(connection()).layout().main, 0U);
-    EXPECT_EQ(primaryMonitor(connection()), (Rect{640, 100, 640, 700}));
-    EXPECT_EQ(windowFrameOnDesktop(connection(), window.id())->x, windowFrame(connection(), window.id())->x + 640);
-}
-
-TEST(X11Screens, AreOneWhereTheServerKnowsNoMonitors) {
-    testing::XDesktop desktop("640x480x24", {"-extension", "RANDR"});
-    X11Screens screens(desktop.connection());
-    ASSERT_EQ(screens.layout().screens.size(), 1U);
-    EXPECT_EQ(screens.layout().screens[0].frame, (Rect{0, 0, 640, 480}));
-    EXPECT_EQ(xcb_connection_has_error(desktop.connection().get()), 0);
-}
-
-TEST_F(X11Test, KnowsWhereWindowsAndScreensAre) {
-    XWindow window(connection(), "Thunar", 1);
-    activate(window);
-    EXPECT_TRUE(desktop.eventually([&] {
-        const auto frame = windowFrame(connection(), window.id());
-        return frame && frame->width > 300 && frame->height > 215;
-    })) << "the window manager's title bar belongs to it";
-    const auto frame = *windowFrame(connection(), window.id());
-    // A window that draws its own shadow says so; the shadow is no part of it.
-    window.setProperty("_GTK_FRAME_EXTENTS", {10, 20, 30, 40}, XCB_ATOM_CARDINAL);
-    EXPECT_EQ(windowFrame(connection(), window.id()),
-              (Rect{frame.x + 10, frame.y + 30, frame.width - 30, frame.height - 70}));
-    EXPECT_EQ(windowFrame(connection(), 12345), std::nullopt);
-
-    X11Screens screens(connection());
-    ASSERT_EQ(screens.layout().screens.size(), 1U);
-    EXPECT_EQ(screens.layout().screens[0].frame, (Rect{0, 0, 1280, 800}));
-    EXPECT_EQ(screens.layout().screens[0].visibleFrame, (Rect{0, 0, 1280, 800}));
-    // A dock of 48 points at the bottom.
-    XWindow dock(connection(), "dock", 2);
-    dock.setProperty("_NET_WM_STRUT", {0, 0, 0, 48}, XCB_ATOM_CARDINAL);
-    dock.setProperty("_NET_WM_STRUT_PARTIAL", {0, 0, 0, 48, 0, 0, 0, 0, 0, 0, 0, 1279}, XCB_ATOM_CARDINAL);
-    EXPECT_TRUE(desktop.eventually([&] { return screens.layout().screens[0].visibleFrame == Rect{0, 48, 1280, 752}; }));
 }
 
 TEST_F(X11Test, HearsTheShortcutWhateverHasTheKeyboard) {

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
+#include <xcb/randr.h>
+#include <xcb/xcbext.h>
 
 #include <algorithm>
 #include <array>
@@ -111,6 +113,39 @@ xcb_atom_t atomOf(X11Connection& connection, const std::string& name) {
 }
 
 } // namespace
+
+void XDesktop::setMonitors(const std::vector<Rect>& monitors) {
+    auto& connection = *m_connection;
+    const auto cookie = xcb_randr_get_screen_resources_current(connection.get(), connection.root());
+    const XcbReply<xcb_randr_get_screen_resources_current_reply_t> resources(
+        xcb_randr_get_screen_resources_current_reply(connection.get(), cookie, nullptr));
+    ASSERT_TRUE(resources && resources->num_outputs > 0);
+    for (std::size_t i = 0; i < monitors.size(); ++i) {
+        const auto& frame = monitors[i];
+        // By hand: the library's own function sends a wrong length when there are no outputs.
+        struct {
+            xcb_randr_set_monitor_request_t request{};
+            xcb_randr_monitor_info_t monitor{};
+            xcb_randr_output_t output = XCB_NONE;
+        } message;
+        message.request.window = connection.root();
+        message.monitor = {.name = atomOf(connection, "part" + std::to_string(i)),
+                           .primary = i == 0,
+                           .x = static_cast<std::int16_t>(frame.x),
+                           .y = static_cast<std::int16_t>(frame.y),
+                           .width = static_cast<std::uint16_t>(frame.width),
+                           .height = static_cast<std::uint16_t>(frame.height)};
+        // The server's one output: while no monitor has it, the whole screen is a monitor too.
+        message.monitor.nOutput = i == 0 ? 1 : 0;
+        message.output = *xcb_randr_get_screen_resources_current_outputs(resources.get());
+        std::array<iovec, 4> parts{};
+        parts[2] = {&message, i == 0 ? sizeof message : sizeof message - sizeof message.output};
+        const xcb_protocol_request_t protocol{
+            .count = 2, .ext = &xcb_randr_id, .opcode = XCB_RANDR_SET_MONITOR, .isvoid = 1};
+        xcb_send_request(connection.get(), 0, &parts[2], &protocol);
+    }
+    xcb_flush(connection.get());
+}
 
 XWindow::XWindow(X11Connection& connection, const std::string& application, std::int32_t pid, const std::string& type)
     : m_connection(connection), m_window(xcb_generate_id(connection.get())) {

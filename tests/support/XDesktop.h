@@ -3,6 +3,7 @@
 #include "linux/LinuxProcessHost.h"
 #include "linux/X11Connection.h"
 #include "support/Descriptor.h"
+#include "support/Geometry.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cstdint>
@@ -44,6 +45,10 @@ class XDesktop {
     static void input(const std::vector<std::string>& arguments);
     /// Lets the connection dispatch until the condition holds; false when it still does not at the deadline.
     [[nodiscard]] bool eventually(const std::function<bool()>& condition) const;
+
+    /// Splits the screen into monitors, rectangles of the whole desktop with the top edge as `y`; the first one is the
+    /// primary one.
+    void setMonitors(const std::vector<Rect>& monitors);
 
     [[nodiscard]] X11Connection& connection() { return *m_connection; }
 

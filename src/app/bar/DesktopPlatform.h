@@ -17,11 +17,12 @@
 #include "linux/filemanager/LinuxAccessibility.h"
 #include "linux/filemanager/LinuxScriptHost.h"
 #include "linux/qt/QtDispatcher.h"
+#include "linux/qt/QtDesktopPoints.h"
 #include "linux/qt/QtPanel.h"
 #include "linux/qt/X11EventPump.h"
 #include "linux/qt/X11Pasteboard.h"
 
-#include <QGuiApplication>
+#include <functional>
 #include <memory>
 
 namespace torvo {
@@ -32,16 +33,16 @@ struct DesktopPlatform {
     DesktopPlatform(QtDispatcher& dispatcher, HttpSession& session, std::unique_ptr<X11Connection> display);
 
     std::unique_ptr<X11Connection> display;
-    /// Pixels of the X server in a point.
-    double scale = qGuiApp->devicePixelRatio();
+    /// The points of Qt, in which the bar is laid out.
+    std::function<DesktopPoints()> points = [this] { return qtDesktopPoints(*display); };
     X11EventPump pump{*display};
-    X11Screens screens{*display, scale};
+    X11Screens screens{*display, points};
     FrontApplication front{*display};
     X11HotKeys hotKeys{*display};
     SessionBus bus;
     FileManagers fileManagers{bus};
     LinuxScriptHost scripts{fileManagers};
-    LinuxAccessibility accessibility{fileManagers, scale};
+    LinuxAccessibility accessibility{fileManagers, points};
     DesktopOpener opener;
     LinuxWorkspace workspace{{*display, front, fileManagers, opener}};
     QtPanel panel{*display};

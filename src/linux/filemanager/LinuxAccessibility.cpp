@@ -31,12 +31,13 @@ std::optional<AccessibilityValue> LinuxAccessibility::attribute(const Accessibil
         const auto folder = m_fileManagers.folder(window);
         return folder ? std::optional<AccessibilityValue>(fileURLText(FileURL(*folder))) : std::nullopt;
     }
-    const auto frame = name == "AXPosition" || name == "AXSize" ? m_fileManagers.frame(window) : std::nullopt;
-    if (!frame)
+    const auto pixels = name == "AXPosition" || name == "AXSize" ? m_fileManagers.frame(window) : std::nullopt;
+    if (!pixels)
         return std::nullopt;
+    const auto frame = m_points ? m_points().fromPixels(*pixels) : *pixels;
     if (name == "AXPosition")
-        return Point{frame->x / m_scale, frame->y / m_scale};
-    return Size{frame->width / m_scale, frame->height / m_scale};
+        return Point{frame.x, frame.y};
+    return Size{frame.width, frame.height};
 }
 
 } // namespace torvo

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "linux/DesktopPoints.h"
 #include "linux/filemanager/FileManagers.h"
 #include "platform/Accessibility.h"
+
+#include <functional>
+#include <utility>
 
 namespace torvo {
 
@@ -9,9 +13,10 @@ namespace torvo {
 /// allowed once programs are asked to be accessible, which the prompt does.
 class LinuxAccessibility final : public Accessibility {
   public:
-    /// `fileManagers` must outlive the object. `scale`: pixels in a point.
-    explicit LinuxAccessibility(FileManagers& fileManagers, double scale = 1)
-        : m_fileManagers(fileManagers), m_scale(scale) {}
+    /// `fileManagers` must outlive the object. `points`: what the points are at the moment, asked by whoever asks for a
+    /// place or a size; null where each pixel is one.
+    explicit LinuxAccessibility(FileManagers& fileManagers, std::function<DesktopPoints()> points = {})
+        : m_fileManagers(fileManagers), m_points(std::move(points)) {}
 
     AccessibilityElement application(std::int32_t pid) override;
     std::optional<AccessibilityValue> attribute(const AccessibilityElement& element, std::string_view name) override;
@@ -20,7 +25,7 @@ class LinuxAccessibility final : public Accessibility {
 
   private:
     FileManagers& m_fileManagers;
-    double m_scale;
+    std::function<DesktopPoints()> m_points;
 };
 
 } // namespace torvo

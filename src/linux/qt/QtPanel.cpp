@@ -1,9 +1,9 @@
 #include "linux/qt/QtPanel.h"
 
+#include "linux/qt/QtDesktopPoints.h"
+
 #include <QEvent>
-#include <QGuiApplication>
-#include <QScreen>
-#include <cmath>
+#include <utility>
 
 namespace torvo {
 
@@ -11,12 +11,6 @@ namespace {
 
 /// _NET_WM_DESKTOP of a window that is on all of them (Extended Window Manager Hints).
 constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
-
-/// Where the desktop's origin is, the bottom-left corner of this screen.
-QRect primaryScreen() {
-    const auto* screen = QGuiApplication::primaryScreen();
-    return screen == nullptr ? QRect() : screen->geometry();
-}
 
 } // namespace
 
@@ -85,18 +79,11 @@ bool QtPanel::isVisible() const {
 }
 
 Rect QtPanel::frame() const {
-    const auto geometry = m_window->geometry();
-    const auto primary = primaryScreen();
-    return {static_cast<double>(geometry.x() - primary.x()),
-            static_cast<double>(primary.y() + primary.height() - geometry.y() - geometry.height()),
-            static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
+    return fromQtGeometry(m_connection, m_window->geometry(), *m_window->screen());
 }
 
 void QtPanel::setFrame(const Rect& frame) {
-    const auto primary = primaryScreen();
-    const QRect geometry(primary.x() + static_cast<int>(std::lround(frame.x)),
-                         primary.y() + static_cast<int>(std::lround(primary.height() - frame.y - frame.height)),
-                         static_cast<int>(std::lround(frame.width)), static_cast<int>(std::lround(frame.height)));
+    const auto geometry = toQtGeometry(m_connection, frame);
     if (m_window->geometry() != geometry)
         m_window->setGeometry(geometry);
 }

@@ -1,0 +1,173 @@
+#include "linux/X11WorkAreas.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace torvo {
+
+namespace {
+
+/// The desktop of a window that is on every one (_NET_WM_DESKTOP).
+constexpr std::uint32_t kEveryDesktop = 0xFFFFFFFF;
+/// Numbers that are read of a property at most: of 16 monitors.
+constexpr std::uint32_t kMostNumbers = 64;
+
+xcb_get_property_cookie_t ask(X11Connection& connection, xcb_window_t window, xcb_atom_t property) {
+    return xcb_get_property(connection.get(), 0, window, property, XCB_ATOM_CARDINAL, 0, kMostNumbers);
+}
+
+/// The numbers of a property; empty when the window has none.
+std::vector<std::uint32_t> answer(X11Connection& connection, xcb_get_property_cookie_t cookie) {
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof *first};
+}
+
+/// An atom that somebody has named before; none otherwise.
+xcb_atom_t knownAtom(X11Connection& connection, std::string_view name) {
+    const auto cookie = xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.data());
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+/// The rectangles of a property that lists them.
+std::vector<Rect> rectangles(X11Connection& connection, xcb_atom_t property) {
+    const auto numbers = answer(connection, ask(connection, connection.root(), property));
+    std::vector<Rect> rects;
+    // The numbers are cardinals of 32 bits, which hold places left of or above the desktop's corner all the same.
+    const auto at = [&](std::size_t i) { return static_cast<double>(static_cast<std::int32_t>(numbers[i])); };
+    for (std::size_t i = 0; i + 4 <= numbers.size(); i += 4)
+        rects.push_back({at(i), at(i + 1), at(i + 2), at(i + 3)});
+    return rects;
+}
+
+Rect intersection(const Rect& a, const Rect& b) {
+    const double x = std::max(a.x, b.x);
+    const double y = std::max(a.y, b.y);
+    return {x, y, std::min(a.right(), b.right()) - x, std::min(a.top(), b.top()) - y};
+}
+
+/// What the window manager tells of the monitors on a desktop; empty when it does not. Window managers of the GNOME
+/// family, whose panels are no windows, do (GTK reads it too).
+std::vector<Rect> toldAreas(X11Connection& connection, std::uint32_t desktop) {
+    const auto hint = knownAtom(connection, "_GTK_WORKAREAS");
+    const auto supported = connection.atoms(connection.root(), connection.hints()->_NET_SUPPORTED);
+    if (hint == XCB_ATOM_NONE || std::ranges::find(supported, hint) == supported.end())
+        return {};
+    const auto property = knownAtom(connection, "_GTK_WORKAREAS_D" + std::to_string(desktop));
+    return property == XCB_ATOM_NONE ? std::vector<Rect>{} : rectangles(connection, property);
+}
+
+/// What one window keeps free along an edge of the desktop.
+struct Strut {
+    enum class Edge { left, right, top, bottom };
+    Edge edge;
+    /// From the edge of the desktop to the last pixel of its other end.
+    Rect reserved;
+};
+
+/// The struts of windows on a desktop.
+std::vector<Strut> struts(X11Connection& connection, std::uint32_t desktop) {
+    const auto* hints = connection.hints();
+    struct Asked {
+        xcb_get_property_cookie_t partial;
+        xcb_get_property_cookie_t whole;
+        xcb_get_property_cookie_t desktop;
+    };
+    std::vector<Asked> asked;
+    for (const auto window : connection.stackedWindows())
+        asked.push_back({ask(connection, window, hints->_NET_WM_STRUT_PARTIAL),
+                         ask(connection, window, hints->_NET_WM_STRUT),
+                         ask(connection, window, hints->_NET_WM_DESKTOP)});
+    // The size of the desktop may have changed since the connection was made.
+    const auto geometryCookie = xcb_get_geometry(connection.get(), connection.root());
+    std::vector<std::array<std::uint32_t, 12>> found;
+    for (const auto& each : asked) {
+        auto numbers = answer(connection, each.partial);
+        const auto whole = answer(connection, each.whole);
+        const auto desktops = answer(connection, each.desktop);
+        const bool isThere = desktops.empty() || desktops[0] == desktop || desktops[0] == kEveryDesktop;
+        if (numbers.size() < 12 && whole.size() >= 4)
+            // Along the whole edge.
+            numbers = {whole[0], whole[1], whole[2], whole[3], 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF};
+        if (isThere && numbers.size() >= 12)
+            std::copy_n(numbers.begin(), 12, found.emplace_back().begin());
+    }
+    const XcbReply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection.get(), geometryCookie, nullptr));
+    if (!geometry)
+        return {};
+    std::vector<Strut> result;
+    for (const auto& numbers : found) {
+        for (const auto edge : {Strut::Edge::left, Strut::Edge::right, Strut::Edge::top, Strut::Edge::bottom}) {
+            const auto index = static_cast<std::size_t>(edge);
+            const double depth = numbers.at(index);
+            const double start = numbers.at(4 + 2 * index);
+            const double length = numbers.at(5 + 2 * index) + 1.0 - start;
+            if (depth <= 0)
+                continue;
+            const bool isUpright = edge == Strut::Edge::left || edge == Strut::Edge::right;
+            const double begin = edge == Strut::Edge::right    ? geometry->width - depth
+                                 : edge == Strut::Edge::bottom ? geometry->height - depth
+                                                               : 0;
+            result.push_back(
+                {edge, isUpright ? Rect{begin, start, depth, length} : Rect{start, begin, length, depth}});
+        }
+    }
+    return result;
+}
+
+/// What a strut leaves of a monitor.
+Rect without(const Strut& strut, const Rect& monitor) {
+    const auto& reserved = strut.reserved;
+    if (!reserved.intersects(monitor))
+        return monitor;
+    // A panel between two monitors reserves all that is on its other side up to the edge of the desktop; there it
+    // takes nothing.
+    double left = monitor.x;
+    double right = monitor.right();
+    double top = monitor.y;
+    double bottom = monitor.top();
+    switch (strut.edge) {
+    case Strut::Edge::left: left = std::max(left, reserved.right()); break;
+    case Strut::Edge::right: right = std::min(right, reserved.x); break;
+    case Strut::Edge::top: top = std::max(top, reserved.top()); break;
+    case Strut::Edge::bottom: bottom = std::min(bottom, reserved.y); break;
+    }
+    return left < right && top < bottom ? Rect{left, top, right - left, bottom - top} : monitor;
+}
+
+} // namespace
+
+std::vector<Rect> workAreas(X11Connection& connection, const std::vector<Rect>& monitors) {
+    auto* hints = connection.hints();
+    std::uint32_t desktop = 0;
+    if (xcb_ewmh_get_current_desktop_reply(hints, xcb_ewmh_get_current_desktop(hints, connection.screenNumber()),
+                                           &desktop, nullptr) == 0)
+        desktop = 0;
+    const auto told = toldAreas(connection, desktop);
+    const auto reserved = told.empty() ? struts(connection, desktop) : std::vector<Strut>{};
+    const auto whole =
+        told.empty() && reserved.empty() ? rectangles(connection, hints->_NET_WORKAREA) : std::vector<Rect>{};
+    std::vector<Rect> areas;
+    for (const auto& monitor : monitors) {
+        auto area = monitor;
+        const auto own = std::ranges::find_if(told, [&](const Rect& each) { return each.intersects(monitor); });
+        if (own != told.end())
+            area = intersection(monitor, *own);
+        else if (!whole.empty())
+            area = intersection(monitor, whole[desktop < whole.size() ? desktop : 0]);
+        // Each from the whole monitor, so that no panel hides what another one reserves.
+        for (const auto& strut : reserved)
+            area = intersection(area, without(strut, monitor));
+        areas.push_back(area.width > 0 && area.height > 0 ? area : monitor);
+    }
+    return areas;
+}
+
+} // namespace torvo

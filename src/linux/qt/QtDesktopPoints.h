@@ -1,0 +1,23 @@
+#pragma once
+
+#include "linux/DesktopPoints.h"
+#include "linux/X11Connection.h"
+
+#include <QRect>
+#include <QScreen>
+
+namespace torvo {
+
+/// The scale factors of Qt's screens at the moment: QT_SCALE_FACTOR, QT_SCREEN_SCALE_FACTORS, or what the desktop's
+/// settings say. Main thread only, as all of these.
+[[nodiscard]] DesktopPoints qtDesktopPoints(X11Connection& connection);
+
+/// Where a window that Qt counts on `screen` is on the desktop, its origin the bottom-left corner of the X server's
+/// primary monitor. The size is what it is to Qt.
+[[nodiscard]] Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScreen& screen);
+
+/// The geometry that Qt wants for a window at that place: it counts by the screen that holds the window's middle, also
+/// where that is another one than the rectangle begins on.
+[[nodiscard]] QRect toQtGeometry(X11Connection& connection, const Rect& frame);
+
+} // namespace torvo
