@@ -26,6 +26,18 @@ const QScreen* screenAt(const QPointF& pixel) {
     return nullptr;
 }
 
+/// The screen that Qt puts a window on: the one that holds its middle, else one that holds some of it, else the last one.
+const QScreen& screenOf(const QRect& geometry, const QScreen& last) {
+    const auto* found = &last;
+    for (const auto* screen : QGuiApplication::screens()) {
+        if (screen->geometry().contains(geometry.center()))
+            return *screen;
+        if (screen->geometry().intersects(geometry))
+            found = screen;
+    }
+    return *found;
+}
+
 DesktopPoints pointsFrom(const Rect& primary) {
     std::vector<DesktopPoints::Area> areas;
     for (const auto* screen : QGuiApplication::screens()) {
@@ -46,9 +58,10 @@ DesktopPoints qtDesktopPoints(X11Connection& connection) {
     return pointsFrom(primaryMonitor(connection));
 }
 
-Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScreen& screen) {
+Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScreen& last) {
     const auto primary = primaryMonitor(connection);
     const auto points = pointsFrom(primary);
+    const auto& screen = screenOf(geometry, last);
     const QPointF anchor(screen.geometry().topLeft());
     const auto corner = anchor + (QPointF(geometry.topLeft()) - anchor) * screen.devicePixelRatio();
     // By the pixel at the corner, as `toQtGeometry` has it.

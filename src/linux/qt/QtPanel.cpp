@@ -53,6 +53,8 @@ class QtPanel::Window final : public QWidget {
 
 QtPanel::QtPanel(X11Connection& connection) : m_connection(connection), m_window(std::make_unique<Window>()) {
     m_window->setGeometry(0, 0, 600, 90);
+    // The window system's window is there from now on, and with it the screen that Qt counts by.
+    (void)m_window->winId();
 }
 
 QtPanel::~QtPanel() {

@@ -9,8 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <map>
 
 namespace torvo {
 namespace {
@@ -78,6 +80,41 @@ TEST_P(RunningBarTest, FollowsTheWindowAndHidesWithIt) {
     EXPECT_TRUE(session.desktop().eventually(sitsUnderTheWindow));
     session.close();
     EXPECT_TRUE(session.desktop().eventually([&] { return !bar.isShown(); }));
+}
+
+TEST_P(RunningBarTest, IsUnderTheWindowInEveryScaleAndOnEveryMonitor) {
+    picture("one.png");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    // The primary monitor begins elsewhere than the desktop.
+    session.desktop().setMonitors({{640, 60, 640, 840}, {0, 0, 640, 900}});
+    testing::XDesktop::input({"windowsize", std::to_string(session.window()), "500", "300"});
+    std::map<double, double> heights;
+    for (const double scale : {1.0, 2.0}) {
+        const testing::ScopedEnvironment environment({{"QT_SCALE_FACTOR", std::to_string(scale)}});
+        RunningBar bar(session);
+        for (const double x : {60.0, 700.0}) {
+            testing::XDesktop::input(
+                {"windowmove", std::to_string(session.window()), std::to_string(static_cast<int>(x)), "150"});
+            const auto isUnder = [&](double width) {
+                const bool isThere = session.desktop().eventually([&] {
+                    const auto window = windowFrame(session.display(), session.window());
+                    const auto place = bar.frame();
+                    return window && place && std::abs(window->x + 640 - x) < 20 && place->x == window->x &&
+                           place->y == window->y + window->height + 8 * scale && place->width == width;
+                });
+                const auto place = bar.frame().value_or(Rect{});
+                EXPECT_TRUE(isThere) << scale << " at " << x << ": " << place.x << ' ' << place.y << ' ' << place.width;
+            };
+            isUnder(300 * scale);
+            heights[scale] = bar.frame()->height;
+            ASSERT_TRUE(bar.summon());
+            isUnder(std::max(windowFrame(session.display(), session.window())->width, 420 * scale));
+            session.activate(session.window());
+            isUnder(300 * scale);
+        }
+        EXPECT_EQ(bar.quit(), 0);
+    }
+    EXPECT_EQ(heights[2], 2 * heights[1]);
 }
 
 TEST_P(RunningBarTest, AnswersWhileTheFileManagerHangs) {
