@@ -6,7 +6,8 @@
 
 namespace torvo {
 
-/// Where the X server's pixels are in points. Both count from the top-left corner of the primary monitor, `y` downwards.
+/// Where the X server's pixels are in points. Both count from the top-left corner of the primary monitor, `y`
+/// downwards.
 ///
 /// A monitor may have a scale factor of its own. Each keeps its corner where it is in pixels and shrinks towards it, as
 /// Qt counts (High DPI, "device independent pixels"): monitors side by side in pixels have a gap between them in

@@ -116,8 +116,8 @@ ScreenLayout X11Screens::layout() {
     const auto& primary = frames.front();
     const double height = points.fromPixels({0, 0, primary.width, primary.height}).height;
     for (std::size_t i = 0; i < frames.size(); ++i) {
-        const auto frame = points.fromPixels(
-            {frames[i].x - primary.x, frames[i].y - primary.y, frames[i].width, frames[i].height});
+        const auto frame =
+            points.fromPixels({frames[i].x - primary.x, frames[i].y - primary.y, frames[i].width, frames[i].height});
         // In the scale of the monitor, wherever the middle of what is left of it is.
         const double scale = frames[i].width / frame.width;
         const auto& area = areas[i];

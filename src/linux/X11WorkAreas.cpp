@@ -115,8 +115,7 @@ std::vector<Strut> struts(X11Connection& connection, std::uint32_t desktop) {
             const double begin = edge == Strut::Edge::right    ? geometry->width - depth
                                  : edge == Strut::Edge::bottom ? geometry->height - depth
                                                                : 0;
-            result.push_back(
-                {edge, isUpright ? Rect{begin, start, depth, length} : Rect{start, begin, length, depth}});
+            result.push_back({edge, isUpright ? Rect{begin, start, depth, length} : Rect{start, begin, length, depth}});
         }
     }
     return result;
@@ -134,10 +133,18 @@ Rect without(const Strut& strut, const Rect& monitor) {
     double top = monitor.y;
     double bottom = monitor.top();
     switch (strut.edge) {
-    case Strut::Edge::left: left = std::max(left, reserved.right()); break;
-    case Strut::Edge::right: right = std::min(right, reserved.x); break;
-    case Strut::Edge::top: top = std::max(top, reserved.top()); break;
-    case Strut::Edge::bottom: bottom = std::min(bottom, reserved.y); break;
+    case Strut::Edge::left:
+        left = std::max(left, reserved.right());
+        break;
+    case Strut::Edge::right:
+        right = std::min(right, reserved.x);
+        break;
+    case Strut::Edge::top:
+        top = std::max(top, reserved.top());
+        break;
+    case Strut::Edge::bottom:
+        bottom = std::min(bottom, reserved.y);
+        break;
     }
     return left < right && top < bottom ? Rect{left, top, right - left, bottom - top} : monitor;
 }

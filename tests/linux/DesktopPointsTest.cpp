@@ -13,14 +13,14 @@ void expectBothWays(const DesktopPoints& desktop, const Rect& pixels, const Rect
 }
 
 TEST(DesktopPoints, ArePixelsWithoutAScale) {
-    for (const auto& desktop : {DesktopPoints(), DesktopPoints(std::vector<DesktopPoints::Area>()), DesktopPoints({{{0, 0, 100, 100}, 1}})})
+    for (const auto& desktop :
+         {DesktopPoints(), DesktopPoints(std::vector<DesktopPoints::Area>()), DesktopPoints({{{0, 0, 100, 100}, 1}})})
         expectBothWays(desktop, {-4000, 70, 30, 5000}, {-4000, 70, 30, 5000});
 }
 
 TEST(DesktopPoints, ScaleEachMonitorTowardsItsOwnCorner) {
     // The primary one in the middle, a dense one to its left, and one below.
-    const DesktopPoints desktop(
-        {{{-3840, -100, 3840, 2160}, 2}, {{0, 0, 1920, 1080}, 1}, {{0, 1080, 1500, 900}, 1.5}});
+    const DesktopPoints desktop({{{-3840, -100, 3840, 2160}, 2}, {{0, 0, 1920, 1080}, 1}, {{0, 1080, 1500, 900}, 1.5}});
     expectBothWays(desktop, {200, 300, 700, 400}, {200, 300, 700, 400});
     expectBothWays(desktop, {-3640, 300, 700, 400}, {-3740, 100, 350, 200});
     expectBothWays(desktop, {0, 1080, 1500, 900}, {0, 1080, 1000, 600});

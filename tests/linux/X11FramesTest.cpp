@@ -1,5 +1,6 @@
 // A real X server with a real window manager: where windows are, and what panels leave of the monitors.
 #include "linux/X11Frames.h"
+
 #include "tests/support/XDesktop.h"
 
 #include <gmock/gmock.h>
@@ -20,8 +21,7 @@ class X11FramesTest : public ::testing::Test {
         EXPECT_TRUE(desktop.eventually([&] { return connection().activeWindow() == window.id(); }));
     }
     /// What the window manager says; the test plays it.
-    void setRoot(std::string_view name, const std::vector<std::uint32_t>& values,
-                 xcb_atom_t type = XCB_ATOM_CARDINAL) {
+    void setRoot(std::string_view name, const std::vector<std::uint32_t>& values, xcb_atom_t type = XCB_ATOM_CARDINAL) {
         xcb_change_property(connection().get(), XCB_PROP_MODE_REPLACE, connection().root(), atom(name), type, 32,
                             static_cast<std::uint32_t>(values.size()), values.data());
     }
@@ -153,8 +153,7 @@ TEST_F(X11FramesTest, BelieveTheWindowManagerWhereNoWindowReservesAnything) {
 TEST_F(X11FramesTest, AreInPointsOfTheirMonitor) {
     desktop.setMonitors({{640, 0, 640, 600}, {0, 0, 640, 800}});
     const Reserving dock(connection(), {0, 0, 0, 48, 0, 0, 0, 0, 0, 0, 0, 639});
-    X11Screens screens(connection(),
-                       [] { return DesktopPoints({{{0, 0, 640, 600}, 1}, {{-640, 0, 640, 800}, 2}}); });
+    X11Screens screens(connection(), [] { return DesktopPoints({{{0, 0, 640, 600}, 1}, {{-640, 0, 640, 800}, 2}}); });
     EXPECT_TRUE(desktop.eventually([&] {
         const auto layout = screens.layout().screens;
         return layout.size() == 2 && layout[1].visibleFrame == Rect{-640, 224, 320, 376};

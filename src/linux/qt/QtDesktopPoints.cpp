@@ -26,7 +26,8 @@ const QScreen* screenAt(const QPointF& pixel) {
     return nullptr;
 }
 
-/// The screen that Qt puts a window on: the one that holds its middle, else one that holds some of it, else the last one.
+/// The screen that Qt puts a window on: the one that holds its middle, else one that holds some of it, else the last
+/// one.
 const QScreen& screenOf(const QRect& geometry, const QScreen& last) {
     const auto* found = &last;
     for (const auto* screen : QGuiApplication::screens()) {
@@ -42,8 +43,8 @@ DesktopPoints pointsFrom(const Rect& primary) {
     std::vector<DesktopPoints::Area> areas;
     for (const auto* screen : QGuiApplication::screens()) {
         const auto area = pixels(*screen);
-        areas.push_back({{area.x() - primary.x, area.y() - primary.y, area.width(), area.height()},
-                         screen->devicePixelRatio()});
+        areas.push_back(
+            {{area.x() - primary.x, area.y() - primary.y, area.width(), area.height()}, screen->devicePixelRatio()});
     }
     return DesktopPoints(std::move(areas));
 }
@@ -73,8 +74,8 @@ Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScr
 QRect toQtGeometry(X11Connection& connection, const Rect& frame) {
     const auto primary = primaryMonitor(connection);
     const auto points = pointsFrom(primary);
-    const auto place = points.toPixels({frame.x, heightInPoints(points, primary) - frame.top(), frame.width,
-                                        frame.height});
+    const auto place =
+        points.toPixels({frame.x, heightInPoints(points, primary) - frame.top(), frame.width, frame.height});
     const QPointF corner(place.x + primary.x, place.y + primary.y);
     const auto* screen = screenAt(corner + QPointF(place.width, place.height) / 2);
     if (screen == nullptr)

@@ -12,8 +12,9 @@ namespace torvo {
 /// settings say. Main thread only, as all of these.
 [[nodiscard]] DesktopPoints qtDesktopPoints(X11Connection& connection);
 
-/// Where a window of this geometry is on the desktop, or will be when it is shown; the desktop's origin is the bottom-left
-/// corner of the X server's primary monitor. `last`: the screen that the window was on. The size is what it is to Qt.
+/// Where a window of this geometry is on the desktop, or will be when it is shown; the desktop's origin is the
+/// bottom-left corner of the X server's primary monitor. `last`: the screen that the window was on. The size is what it
+/// is to Qt.
 [[nodiscard]] Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScreen& last);
 
 /// The geometry that Qt wants for a window at that place: it counts by the screen that holds the window's middle, also

@@ -96,14 +96,18 @@ TEST_P(RunningBarTest, IsUnderTheWindowInEveryScaleAndOnEveryMonitor) {
             testing::XDesktop::input(
                 {"windowmove", std::to_string(session.window()), std::to_string(static_cast<int>(x)), "150"});
             const auto isUnder = [&](double width) {
-                const bool isThere = session.desktop().eventually([&] {
-                    const auto window = windowFrame(session.display(), session.window());
-                    const auto place = bar.frame();
-                    return window && place && std::abs(window->x + 640 - x) < 20 && place->x == window->x &&
-                           place->y == window->y + window->height + 8 * scale && place->width == width;
-                });
-                const auto place = bar.frame().value_or(Rect{});
-                EXPECT_TRUE(isThere) << scale << " at " << x << ": " << place.x << ' ' << place.y << ' ' << place.width;
+                Rect window;
+                Rect place;
+                EXPECT_TRUE(session.desktop().eventually([&] {
+                    window = windowFrame(session.display(), session.window()).value_or(Rect{});
+                    place = bar.frame().value_or(Rect{});
+                    // A point may be some pixels.
+                    return std::abs(window.x + 640 - x) < 20 && std::abs(place.x - window.x) < scale &&
+                           std::abs(place.y - (window.y + window.height + 8 * scale)) < scale && place.width == width;
+                })) << "at "
+                    << x << " scaled by " << scale << ": a window at " << window.x << ' ' << window.y << ' '
+                    << window.width << 'x' << window.height << ", the bar at " << place.x << ' ' << place.y << ' '
+                    << place.width << 'x' << place.height;
             };
             isUnder(300 * scale);
             heights[scale] = bar.frame()->height;
