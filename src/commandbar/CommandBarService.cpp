@@ -296,6 +296,8 @@ void CommandBarService::openExpanded() {
 }
 
 void CommandBarService::takeKeyboard() {
+    // Whoever calls the bar wants it to stay.
+    m_dismissal.reset();
     const auto take = [this] {
         const Turn turn(*this);
         m_takingKeyboard.reset();
