@@ -3,6 +3,7 @@
 #include "linux/X11Connection.h"
 #include "support/Observable.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -13,7 +14,8 @@
 
 namespace torvo {
 
-/// Which application the user works in, as the X server's window manager tells. For the connection's thread.
+/// Which application the user works in, as the X server's window manager tells. For the connection's thread, unless a
+/// call says otherwise.
 class FrontApplication {
   public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
@@ -27,8 +29,8 @@ class FrontApplication {
     [[nodiscard]] std::optional<xcb_window_t> window();
     /// The panel's own window, to be looked through.
     void setPanel(xcb_window_t panel) { m_panel = panel; }
-    /// The topmost window of a file manager.
-    [[nodiscard]] std::optional<xcb_window_t> fileManagerWindow();
+    /// The last window that was active and not the panel: what the user sees the panel over. From any thread.
+    [[nodiscard]] xcb_window_t lastActive() const { return m_last; }
     /// Calls `activated` whenever another window has become the active one.
     [[nodiscard]] Subscription onActivation(std::function<void()> activated) {
         return m_observers->add(std::move(activated));
@@ -43,8 +45,7 @@ class FrontApplication {
     X11Connection& m_connection;
     Clock m_now;
     xcb_window_t m_panel = XCB_WINDOW_NONE;
-    /// The last window that was active and not the panel.
-    xcb_window_t m_last = XCB_WINDOW_NONE;
+    std::atomic<xcb_window_t> m_last = XCB_WINDOW_NONE;
     /// Since when no window is active.
     std::optional<std::chrono::steady_clock::time_point> m_noneSince;
     /// Shared with the connection's listener, which may live longer.

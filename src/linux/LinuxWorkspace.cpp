@@ -18,7 +18,7 @@ std::vector<std::int32_t> LinuxWorkspace::runningApplications(std::string_view i
 }
 
 void LinuxWorkspace::activate(std::string_view identifier) {
-    const auto window = identifier == kFinderIdentifier ? m_platform.front.fileManagerWindow() : std::nullopt;
+    const auto window = identifier == kFinderIdentifier ? m_platform.fileManagers.frontWindow() : std::nullopt;
     if (window)
         m_platform.connection.activate(*window);
 }

@@ -1,10 +1,18 @@
 #include "linux/X11Connection.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
 namespace torvo {
+
+namespace {
+
+/// The desktop of a window that is on every one (Extended Window Manager Hints, _NET_WM_DESKTOP).
+constexpr std::uint32_t kEveryDesktop = 0xFFFFFFFF;
+
+} // namespace
 
 void XcbFree::operator()(void* memory) const {
     std::free(memory);
@@ -93,6 +101,20 @@ std::vector<xcb_atom_t> X11Connection::atoms(xcb_window_t window, xcb_atom_t pro
         return {};
     const auto* first = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
     return {first, first + static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof(xcb_atom_t)};
+}
+
+bool X11Connection::isOnScreen(xcb_window_t window) {
+    const auto states = atoms(window, m_hints._NET_WM_STATE);
+    if (std::ranges::find(states, m_hints._NET_WM_STATE_HIDDEN) != states.end())
+        return false;
+    std::uint32_t desktop = 0;
+    std::uint32_t current = 0;
+    const auto desktopCookie = xcb_ewmh_get_wm_desktop(&m_hints, window);
+    const auto currentCookie = xcb_ewmh_get_current_desktop(&m_hints, m_screenNumber);
+    // What the window manager does not tell is no obstacle.
+    const bool isPlaced = xcb_ewmh_get_wm_desktop_reply(&m_hints, desktopCookie, &desktop, nullptr) != 0;
+    const bool isKnown = xcb_ewmh_get_current_desktop_reply(&m_hints, currentCookie, &current, nullptr) != 0;
+    return !isPlaced || !isKnown || desktop == kEveryDesktop || desktop == current;
 }
 
 bool X11Connection::hasCompositor() {

@@ -49,6 +49,8 @@ class X11Connection {
     [[nodiscard]] std::string textProperty(xcb_window_t window, const std::string& name);
     /// The atoms that a window has in a property; empty when it lacks it.
     [[nodiscard]] std::vector<xcb_atom_t> atoms(xcb_window_t window, xcb_atom_t property);
+    /// Whether the user may see a window: it is neither minimised nor on another virtual desktop than the current one.
+    [[nodiscard]] bool isOnScreen(xcb_window_t window);
     /// Whether a compositor blends windows that are not opaque (Extended Window Manager Hints, _NET_WM_CM_Sn).
     [[nodiscard]] bool hasCompositor();
     /// Asks the window manager to give a window the keyboard, the way a pager does.

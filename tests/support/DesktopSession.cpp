@@ -27,9 +27,13 @@ ScopedEnvironment::~ScopedEnvironment() {
     }
 }
 
+bool hasAllFileManagers() {
+    return std::getenv("TORVO_ALL_FILE_MANAGERS") != nullptr;
+}
+
 std::vector<FileManagerKind> fileManagerKinds() {
     std::vector<FileManagerKind> kinds{{"thunar", "Thunar"}, {"pcmanfm-qt", "pcmanfm-qt"}};
-    if (std::getenv("TORVO_ALL_FILE_MANAGERS") != nullptr)
+    if (hasAllFileManagers())
         kinds.insert(kinds.end(), {{"dolphin", "dolphin"}, {"nautilus", "org.gnome.Nautilus"}, {"nemo", "Nemo"}});
     return kinds;
 }
@@ -53,9 +57,21 @@ DesktopSession::DesktopSession()
 }
 
 bool DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
+    m_started.clear();
+    return start(kind, {folder.path()}, folder);
+}
+
+bool DesktopSession::openAnother(const FileManagerKind& kind, const FileURL& folder) {
+    // The others open one by themselves.
+    if (kind.program == "thunar" || kind.program == "nemo")
+        return start(kind, {folder.path()}, folder);
+    return start(kind, {"--new-window", folder.path()}, folder);
+}
+
+bool DesktopSession::start(const FileManagerKind& kind, std::vector<std::string> arguments, const FileURL& folder) {
     const std::string program = "/usr/bin/" + std::string(kind.program);
     EXPECT_TRUE(std::filesystem::exists(program)) << "install it: see packages.txt and ./dev test --all";
-    m_fileManager = std::make_unique<BackgroundProgram>(program, std::vector<std::string>{folder.path()});
+    m_started.push_back(std::make_unique<BackgroundProgram>(program, arguments));
     const bool isShown = m_desktop->eventually([&] {
         const auto active = display().activeWindow();
         if (!active || display().windowClass(*active) != kind.windowClass)
@@ -68,7 +84,7 @@ bool DesktopSession::open(const FileManagerKind& kind, const FileURL& folder) {
 }
 
 void DesktopSession::close() {
-    m_fileManager.reset();
+    m_started.clear();
     EXPECT_TRUE(m_desktop->eventually([&] { return m_fileManagers->processes().empty(); }));
 }
 

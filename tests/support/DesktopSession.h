@@ -37,6 +37,9 @@ struct FileManagerKind {
 /// Those that every test runs with; all that Torvo drives where $TORVO_ALL_FILE_MANAGERS is set.
 [[nodiscard]] std::vector<FileManagerKind> fileManagerKinds();
 
+/// Whether that is so; some tests are about one of the others.
+[[nodiscard]] bool hasAllFileManagers();
+
 /// A user's session: a home of its own, an X server with a window manager, a session bus, and the accessibility bus
 /// switched on.
 class DesktopSession {
@@ -46,11 +49,13 @@ class DesktopSession {
     /// Opens a file manager on a folder and waits until its window is active and shows that folder; false when it does
     /// not come to that. It ends with the object.
     [[nodiscard]] bool open(const FileManagerKind& kind, const FileURL& folder);
+    /// Opens a further window of the same one, which becomes the session's window.
+    [[nodiscard]] bool openAnother(const FileManagerKind& kind, const FileURL& folder);
     void close();
 
-    /// The window of the file manager.
+    /// The window of the file manager that was opened last.
     [[nodiscard]] xcb_window_t window() const { return m_window; }
-    [[nodiscard]] std::int32_t pid() const { return m_fileManager->pid(); }
+    [[nodiscard]] std::int32_t pid() { return display().pid(m_window).value_or(-1); }
     [[nodiscard]] FileManagers& fileManagers() { return *m_fileManagers; }
     [[nodiscard]] XDesktop& desktop() { return *m_desktop; }
     [[nodiscard]] X11Connection& display() { return m_desktop->connection(); }
@@ -71,10 +76,12 @@ class DesktopSession {
     [[nodiscard]] bool selectionBecomes(std::vector<std::string> names);
 
   private:
+    [[nodiscard]] bool start(const FileManagerKind& kind, std::vector<std::string> arguments, const FileURL& folder);
+
     TemporaryFolder m_home;
     ScopedEnvironment m_environment;
     std::optional<XDesktop> m_desktop;
-    std::unique_ptr<BackgroundProgram> m_fileManager;
+    std::vector<std::unique_ptr<BackgroundProgram>> m_started;
     SessionBus m_bus;
     std::unique_ptr<FileManagers> m_fileManagers;
     xcb_window_t m_window = XCB_WINDOW_NONE;

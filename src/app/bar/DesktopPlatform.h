@@ -40,7 +40,7 @@ struct DesktopPlatform {
     FrontApplication front{*display};
     X11HotKeys hotKeys{*display};
     SessionBus bus;
-    FileManagers fileManagers{bus};
+    FileManagers fileManagers{bus, [this] { return front.lastActive(); }};
     LinuxScriptHost scripts{fileManagers};
     LinuxAccessibility accessibility{fileManagers, points};
     DesktopOpener opener;

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
+#include <limits>
 #include <ranges>
 
 namespace torvo {
@@ -32,6 +34,16 @@ std::optional<FileLock> turnAmongPrograms() {
     return lock ? std::optional(*std::move(lock)) : std::nullopt;
 }
 
+/// How far two places are from each other. Toolkits count in points, of which each has one to three pixels.
+double distanceBetween(const AccessibleExtents& points, const Rect& pixels) {
+    double least = std::numeric_limits<double>::max();
+    for (const int scale : {1, 2, 3})
+        least = std::min(least, std::abs(points.x * scale - pixels.x) + std::abs(points.y * scale - pixels.y) +
+                                    std::abs(points.width * scale - pixels.width) +
+                                    std::abs(points.height * scale - pixels.height));
+    return least;
+}
+
 } // namespace
 
 AccessibilityBus* FileManagers::accessibility(Deadline deadline) {
@@ -51,9 +63,14 @@ std::vector<std::int32_t> FileManagers::processes() {
     return m_places.processes();
 }
 
+std::optional<xcb_window_t> FileManagers::frontWindow() {
+    const std::lock_guard guard(m_placesLock);
+    return m_places.front();
+}
+
 std::optional<xcb_window_t> FileManagers::frontWindow(std::int32_t pid) {
     const std::lock_guard guard(m_placesLock);
-    return m_places.topmostOf(pid);
+    return m_places.frontOf(pid);
 }
 
 std::optional<Rect> FileManagers::frame(xcb_window_t window) {
@@ -61,32 +78,41 @@ std::optional<Rect> FileManagers::frame(xcb_window_t window) {
     return m_places.frame(window);
 }
 
-std::optional<AccessibleObject> FileManagers::frameObject(xcb_window_t window, const AccessibleObject& application,
-                                                          Deadline deadline) {
+std::optional<FileManagers::Frame> FileManagers::frameObject(xcb_window_t window, const AccessibleObject& application,
+                                                             Deadline deadline) {
     const AccessibleReader reader(*m_accessibility, deadline);
-    auto frames = reader.children(application);
-    if (frames.size() <= 1)
-        return frames.empty() ? std::nullopt : std::optional(frames.front());
-    // Windows are told apart by their titles, and those of one title by their places.
-    auto title = m_open.display()->textProperty(window, "_NET_WM_NAME");
-    const auto names = reader.names(frames);
-    std::vector<AccessibleObject> sameTitle;
+    auto frames = reader.nodes(reader.children(application));
+    std::vector<AccessibleObject> objects;
+    std::ranges::transform(frames, std::back_inserter(objects), &AccessibleNode::object);
+    // Windows are told apart by their titles: by the whole title, or by the most of it.
+    const auto title = m_open.display()->textProperty(window, "_NET_WM_NAME");
+    const auto names = reader.names(objects);
+    std::size_t longest = 0;
+    for (const auto& name : names)
+        if (title.starts_with(name))
+            longest = std::max(longest, name.size());
+    std::vector<AccessibleNode> sameTitle;
     for (std::size_t i = 0; i < frames.size(); ++i)
-        if (names[i] == title || (!names[i].empty() && title.starts_with(names[i])))
+        if (names[i].size() == longest && title.starts_with(names[i]))
             sameTitle.push_back(frames[i]);
     if (sameTitle.size() == 1)
-        return sameTitle.front();
+        return Frame{sameTitle.front().object, longest == title.size() && longest > 0};
+    // Of those that have the same title, the one that has the keyboard is known; the others by their places.
+    if (m_open.display()->activeWindow() == window) {
+        const auto isActive = [](const AccessibleNode& node) { return node.has(AccessibleState::active); };
+        if (std::ranges::count_if(sameTitle, isActive) == 1)
+            return Frame{std::ranges::find_if(sameTitle, isActive)->object, true};
+    }
     const auto place = windowFrameOnDesktop(*m_open.display(), window);
-    std::optional<AccessibleObject> nearest;
+    std::optional<Frame> nearest;
     double least = 0;
-    for (const auto& candidate : sameTitle.empty() ? frames : sameTitle) {
-        const auto extents = reader.extents(candidate);
-        if (!extents || !place)
+    for (const auto& candidate : sameTitle) {
+        const auto extents = reader.extents(candidate.object);
+        if (!extents || !place || extents->width <= 0)
             continue;
-        const double distance = std::abs(extents->x - place->x) + std::abs(extents->y - place->y) +
-                                std::abs(extents->width - place->width) + std::abs(extents->height - place->height);
+        const double distance = distanceBetween(*extents, *place);
         if (!nearest || distance < least) {
-            nearest = candidate;
+            nearest = Frame{candidate.object, false};
             least = distance;
         }
     }
@@ -113,16 +139,23 @@ FileManagerWindow* FileManagers::adapter(xcb_window_t window) {
         return nullptr;
     }
     m_silent.erase(*pid);
-    if (const auto known = m_windows.find(window); known != m_windows.end() && known->second.pid == *pid)
+    const auto known = m_windows.find(window);
+    const bool isKnown = known != m_windows.end() && known->second.pid == *pid;
+    if (isKnown && known->second.frame.isCertain)
         return known->second.adapter.get();
-    const auto object = frameObject(window, *application, steady_clock::now() + kAnswerTime);
-    if (!object)
+    const auto frame = frameObject(window, *application, steady_clock::now() + kAnswerTime);
+    if (!frame)
         return nullptr;
+    if (isKnown && known->second.frame.object == frame->object) {
+        known->second.frame = *frame;
+        return known->second.adapter.get();
+    }
     // Those of windows that are gone go with the first new one.
     const auto open = screen->stackedWindows();
     std::erase_if(m_windows, [&](const auto& each) { return std::ranges::find(open, each.first) == open.end(); });
-    auto made = fileManagerWindow(screen->windowClass(window), {*m_session, *bus, m_clipboard, *pid, window, *object});
-    return (m_windows[window] = {std::move(made), *pid}).adapter.get();
+    auto made =
+        fileManagerWindow(screen->windowClass(window), {*m_session, *bus, m_clipboard, *pid, window, frame->object});
+    return (m_windows[window] = {std::move(made), *pid, *frame}).adapter.get();
 }
 
 std::optional<std::string> FileManagers::folder(xcb_window_t window) {
@@ -133,7 +166,7 @@ std::optional<std::string> FileManagers::folder(xcb_window_t window) {
 
 std::optional<std::string> FileManagers::frontFolder() {
     const std::lock_guard guard(m_lock);
-    const auto window = m_open.topmost();
+    const auto window = m_open.front();
     auto* each = window ? adapter(*window) : nullptr;
     return each == nullptr ? std::nullopt : each->folder(steady_clock::now() + kWorkTime);
 }
@@ -141,7 +174,7 @@ std::optional<std::string> FileManagers::frontFolder() {
 std::vector<std::string> FileManagers::selection() {
     const std::lock_guard guard(m_lock);
     const auto turn = turnAmongPrograms();
-    const auto window = m_open.topmost();
+    const auto window = m_open.front();
     auto* each = window ? adapter(*window) : nullptr;
     return each == nullptr ? std::vector<std::string>() : each->selection(steady_clock::now() + kWorkTime);
 }
@@ -149,7 +182,7 @@ std::vector<std::string> FileManagers::selection() {
 void FileManagers::select(const std::vector<std::string>& items) {
     const std::lock_guard guard(m_lock);
     const auto turn = turnAmongPrograms();
-    const auto window = m_open.topmost();
+    const auto window = m_open.front();
     if (auto* each = window ? adapter(*window) : nullptr)
         each->select(items, steady_clock::now() + kSelectTime);
 }

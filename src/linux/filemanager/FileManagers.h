@@ -20,17 +20,19 @@ namespace torvo {
 /// returns at once.
 class FileManagers {
   public:
-    /// `bus` must outlive the object.
-    explicit FileManagers(SessionBus& bus) : m_bus(bus) {}
+    /// `bus` must outlive the object. `lastActive`: see `OpenFileManagers`.
+    explicit FileManagers(SessionBus& bus, const OpenFileManagers::LastActive& lastActive = {})
+        : m_bus(bus), m_places(lastActive), m_open(lastActive) {}
 
     /// See `OpenFileManagers`. These ask the X server alone, and do not wait for what is asked of a file manager.
     [[nodiscard]] std::vector<std::int32_t> processes();
+    [[nodiscard]] std::optional<xcb_window_t> frontWindow();
     [[nodiscard]] std::optional<xcb_window_t> frontWindow(std::int32_t pid);
     [[nodiscard]] std::optional<Rect> frame(xcb_window_t window);
 
     [[nodiscard]] std::optional<std::string> folder(xcb_window_t window);
 
-    /// Of the topmost window of all.
+    /// Of the front window.
     [[nodiscard]] std::vector<std::string> selection();
     void select(const std::vector<std::string>& items);
     [[nodiscard]] std::optional<std::string> frontFolder();
@@ -43,16 +45,22 @@ class FileManagers {
     void leaveClipboardBehind() { m_clipboard.leaveBehind(); }
 
   private:
+    /// A window on the accessibility bus; `isCertain`: it was found by more than its place.
+    struct Frame {
+        AccessibleObject object;
+        bool isCertain = false;
+    };
     struct Window {
         std::unique_ptr<FileManagerWindow> adapter;
         std::int32_t pid = 0;
+        Frame frame;
     };
 
     [[nodiscard]] AccessibilityBus* accessibility(Deadline deadline);
     /// The adapter of a window whose program answers; null otherwise.
     [[nodiscard]] FileManagerWindow* adapter(xcb_window_t window);
-    [[nodiscard]] std::optional<AccessibleObject> frameObject(xcb_window_t window, const AccessibleObject& application,
-                                                              Deadline deadline);
+    [[nodiscard]] std::optional<Frame> frameObject(xcb_window_t window, const AccessibleObject& application,
+                                                   Deadline deadline);
 
     SessionBus& m_bus;
 

@@ -3,7 +3,10 @@
 #include "linux/X11Frames.h"
 #include "linux/filemanager/FileManagerWindow.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <iterator>
 #include <ranges>
 
 namespace torvo {
@@ -17,11 +20,6 @@ bool isOrdinary(X11Connection& display, xcb_window_t window) {
     return types.empty() || types.front() == display.hints()->_NET_WM_WINDOW_TYPE_NORMAL;
 }
 
-bool isHidden(X11Connection& display, xcb_window_t window) {
-    const auto states = display.atoms(window, display.hints()->_NET_WM_STATE);
-    return std::ranges::find(states, display.hints()->_NET_WM_STATE_HIDDEN) != states.end();
-}
-
 } // namespace
 
 X11Connection* OpenFileManagers::display() {
@@ -32,23 +30,33 @@ X11Connection* OpenFileManagers::display() {
     return m_display.get();
 }
 
+std::optional<xcb_window_t> OpenFileManagers::workedIn() {
+    const auto active = m_display->activeWindow();
+    // While windows change hands, none is active.
+    if (m_lastActive && (!active || m_display->pid(*active) == ::getpid()))
+        return m_lastActive();
+    return active;
+}
+
 std::vector<xcb_window_t> OpenFileManagers::windows() {
     auto* screen = display();
     if (screen == nullptr)
         return {};
     std::vector<xcb_window_t> result;
     for (const auto window : screen->stackedWindows() | std::views::reverse)
-        if (isFileManager(screen->windowClass(window)) && isOrdinary(*screen, window) && !isHidden(*screen, window))
+        if (isFileManager(screen->windowClass(window)) && isOrdinary(*screen, window) && screen->isOnScreen(window))
             result.push_back(window);
+    if (const auto first = std::ranges::find(result, workedIn().value_or(XCB_WINDOW_NONE)); first != result.end())
+        std::rotate(result.begin(), first, std::next(first));
     return result;
 }
 
-std::optional<xcb_window_t> OpenFileManagers::topmost() {
+std::optional<xcb_window_t> OpenFileManagers::front() {
     const auto all = windows();
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
-std::optional<xcb_window_t> OpenFileManagers::topmostOf(std::int32_t pid) {
+std::optional<xcb_window_t> OpenFileManagers::frontOf(std::int32_t pid) {
     for (const auto window : windows())
         if (m_display->pid(window) == pid)
             return window;
