@@ -2,7 +2,6 @@
 
 #include "linux/filemanager/Breadcrumbs.h"
 #include "linux/filemanager/ClipboardCopy.h"
-#include "linux/filemanager/ShownNames.h"
 #include "linux/filemanager/ViewSearch.h"
 #include "support/FileURLText.h"
 
@@ -21,6 +20,11 @@ std::vector<AccessibleObject> objects(const std::vector<AccessibleNode>& nodes) 
     std::vector<AccessibleObject> result;
     std::ranges::transform(nodes, std::back_inserter(result), &AccessibleNode::object);
     return result;
+}
+
+ViewItems viewItems(const AccessibleReader& reader, const AccessibleObject& view) {
+    return {[&reader, view] { return reader.childCount(view); },
+            [&reader, view](const auto& positions) { return reader.names(reader.childrenAt(view, positions)); }};
 }
 
 } // namespace
@@ -64,6 +68,17 @@ bool DolphinWindow::hasSelection(Deadline deadline) {
         return false;
     const std::string text = g_variant_get_string(value.get(), nullptr);
     return !text.empty() && !text.ends_with("…") && !text.ends_with("...");
+}
+
+bool DolphinWindow::isSplit(Deadline deadline) {
+    const auto reply = m_access.session.call(
+        {m_busName, object(deadline) + "/actions/split_view", "org.freedesktop.DBus.Properties", "Get"},
+        g_variant_new("(ss)", "org.qtproject.Qt.QAction", "checked"), "(v)", remaining(deadline));
+    if (!reply)
+        return false;
+    const GLibPointer<GVariant> boxed(g_variant_get_child_value(reply->get(), 0));
+    const GLibPointer<GVariant> value(g_variant_get_variant(boxed.get()));
+    return g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(value.get()) != FALSE;
 }
 
 bool DolphinWindow::isShown(const std::string& folder, Deadline deadline) {
@@ -129,14 +144,13 @@ std::vector<std::string> DolphinWindow::selection(Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
     if (!hasSelection(deadline))
         return {};
-    const auto items = view(reader);
+    // What is copied comes from the half that the user works in.
+    const auto items = isSplit(deadline) ? std::nullopt : view(reader);
     if (items && reader.childCount(*items) <= kFewItems) {
-        std::vector<AccessibleObject> selected;
-        for (auto& node : reader.nodes(reader.children(*items)))
-            if (node.has(AccessibleState::selected))
-                selected.push_back(std::move(node.object));
+        const auto nodes = reader.nodes(reader.children(*items));
         const auto shown = folder(deadline);
-        const auto paths = shown ? ShownNames(*shown).paths(reader.names(selected)) : std::nullopt;
+        const auto paths =
+            shown ? certainPaths(viewItems(reader, *items), *shown, selectedPositions(nodes), true) : std::nullopt;
         if (paths && !paths->empty())
             return *paths;
     }
@@ -156,15 +170,19 @@ void DolphinWindow::select(const std::vector<std::string>& items, Deadline deadl
         return;
     // What is not in the view yet would not be selected.
     if (list && reader.childCount(*list) <= kFewItems)
-        (void)awaitItems(reader,
-                         {[&] { return reader.childCount(*list); },
-                          [&](const auto& positions) { return reader.names(reader.childrenAt(*list, positions)); }},
-                         *shown, items);
+        (void)awaitItems(reader, viewItems(reader, *list), *shown, items);
+    std::vector<FileURL> here;
+    for (const auto& item : items)
+        if (const FileURL url(item); url.isOccupied() && url.deletingLastPathComponent() == FileURL(*shown))
+            here.push_back(url);
+    if (here.empty()) {
+        select({}, deadline);
+        return;
+    }
     GVariantBuilder addresses;
     g_variant_builder_init(&addresses, G_VARIANT_TYPE("as"));
-    for (const auto& item : items)
-        if (FileURL(item).deletingLastPathComponent() == FileURL(*shown))
-            g_variant_builder_add(&addresses, "s", fileURLText(FileURL(item)).c_str());
+    for (const auto& item : here)
+        g_variant_builder_add(&addresses, "s", fileURLText(item).c_str());
     (void)m_access.session.call(
         {m_busName, "/org/freedesktop/FileManager1", "org.freedesktop.FileManager1", "ShowItems"},
         g_variant_new("(ass)", &addresses, ""), nullptr, remaining(deadline));

@@ -20,6 +20,7 @@ class DolphinWindow final : public FileManagerWindow {
     [[nodiscard]] const std::string& object(Deadline deadline);
     void trigger(const char* action, Deadline deadline);
     [[nodiscard]] bool hasSelection(Deadline deadline);
+    [[nodiscard]] bool isSplit(Deadline deadline);
     [[nodiscard]] bool isShown(const std::string& folder, Deadline deadline);
 
     FileManagerAccess m_access;

@@ -1,10 +1,13 @@
 #include "linux/filemanager/NautilusWindow.h"
 
 #include "linux/X11Connection.h"
+#include "linux/filemanager/Breadcrumbs.h"
+#include "linux/filemanager/ViewSearch.h"
 #include "support/FileURLText.h"
 
 #include <algorithm>
 #include <numeric>
+#include <set>
 #include <thread>
 
 namespace torvo {
@@ -17,12 +20,27 @@ constexpr std::int32_t kFewItems = 200;
 /// So many items are looked at to tell how the view is sorted.
 constexpr std::int32_t kLooks = 200;
 constexpr auto kPause = std::chrono::milliseconds(40);
-constexpr auto kPatience = std::chrono::seconds(3);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
 std::string objectPathOf(xcb_window_t window) {
     const auto connection = X11Connection::create();
     return connection == nullptr ? "" : connection->textProperty(window, "_GTK_WINDOW_OBJECT_PATH");
+}
+
+/// Whether a folder may be what path buttons stand for. The outermost one is the root, the home folder or a volume,
+/// under a name of its own.
+bool endsWithCrumbs(const std::string& folder, const std::vector<std::string>& crumbs, const std::string& home) {
+    if (crumbs.empty())
+        return false;
+    FileURL outer(folder);
+    for (std::size_t i = crumbs.size(); i > 1; --i) {
+        const auto name = outer.lastPathComponent();
+        const GLibPointer<char> valid(g_utf8_make_valid(name.data(), static_cast<gssize>(name.size())));
+        if (!crumbs[i - 1].starts_with(valid.get()) || outer.path() == "/")
+            return false;
+        outer = outer.deletingLastPathComponent();
+    }
+    return outer.path() == "/" || outer.path() == home || outer.lastPathComponent() == crumbs.front();
 }
 
 } // namespace
@@ -43,37 +61,112 @@ std::optional<std::string> NautilusWindow::folder(Deadline deadline) {
         g_variant_lookup_value(windows.get(), m_objectPath.c_str(), G_VARIANT_TYPE("as")));
     if (locations == nullptr)
         return std::nullopt;
-    std::vector<std::string> folders;
+    // All tabs are listed, those that still load are not: the path bar says which one is shown.
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    const auto shown = crumbs(reader);
+    const auto home = homeOfProcess(m_access.pid).value_or("/");
+    std::set<std::string> folders;
     for (gsize i = 0; i < g_variant_n_children(locations.get()); ++i) {
         const char* address = nullptr;
         g_variant_get_child(locations.get(), i, "&s", &address);
-        if (const auto folder = parseFileURLText(address))
-            folders.push_back(folder->path());
+        if (const auto folder = parseFileURLText(address); folder && endsWithCrumbs(folder->path(), shown, home))
+            folders.insert(folder->path());
     }
-    if (folders.size() <= 1)
-        return folders.empty() ? std::nullopt : std::optional(folders.front());
-    // All tabs are listed: the one that is shown gives the window its title.
-    const AccessibleReader reader(m_access.accessibility, deadline);
-    const auto title = reader.name(m_access.frame);
-    const auto shown =
-        std::ranges::find(folders, title, [](const std::string& path) { return FileURL(path).lastPathComponent(); });
-    return shown == folders.end() ? std::nullopt : std::optional(*shown);
+    return folders.size() == 1 ? std::optional(*folders.begin()) : std::nullopt;
 }
 
-std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& reader) {
-    const auto isView = [&](const AccessibleObject& object) {
-        const auto name = reader.name(object);
-        return name == "GtkGridView" || name == "GtkColumnListView" || name == "GtkListView";
+/// The texts of the path bar, the outermost folder first.
+std::vector<std::string> NautilusWindow::crumbs(const AccessibleReader& reader) {
+    using Visit = AccessibleReader::Visit;
+    const auto buttons = [&](const AccessibleObject& row) {
+        std::vector<AccessibleObject> result;
+        for (const auto& part : reader.children(row))
+            for (const auto& node : childrenOfRole(reader, part, AccessibleRole::pushButton))
+                result.push_back(node.object);
+        return result;
     };
-    if (m_view && isView(*m_view))
-        return m_view;
-    m_view.reset();
-    const auto found = reader.find(m_access.frame, [&](const AccessibleNode& node) {
-        return isView(node.object) ? AccessibleReader::Visit::take : AccessibleReader::Visit::enter;
+    auto shown = m_pathBar ? buttons(*m_pathBar) : std::vector<AccessibleObject>();
+    if (shown.empty()) {
+        const auto bar = reader.find(m_access.frame, [](const AccessibleNode& node) {
+            return node.role == AccessibleRole::toolBar ? Visit::take : Visit::enter;
+        });
+        const auto scrolled =
+            bar ? reader.find(bar->object,
+                              [](const AccessibleNode& node) {
+                                  return node.role == AccessibleRole::scrollPane ? Visit::take : Visit::enter;
+                              })
+                : std::nullopt;
+        const auto row = scrolled ? reader.find(scrolled->object,
+                                                [&](const AccessibleNode& node) {
+                                                    return buttons(node.object).empty() ? Visit::enter : Visit::take;
+                                                })
+                                  : std::nullopt;
+        if (!row)
+            return {};
+        m_pathBar = row->object;
+        shown = buttons(row->object);
+    }
+    std::vector<std::string> texts;
+    for (const auto& button : shown) {
+        const auto label = reader.find(button, [](const AccessibleNode& node) {
+            return node.role == AccessibleRole::label ? Visit::take : Visit::enter;
+        });
+        texts.push_back(label ? reader.name(label->object) : "");
+    }
+    return texts;
+}
+
+/// The views of all the tabs; nothing in them tells which one is shown.
+void NautilusWindow::findViews(const AccessibleReader& reader) {
+    using Visit = AccessibleReader::Visit;
+    m_views.clear();
+    m_tabs = reader.children(m_tabList ? *m_tabList : m_access.frame);
+    const auto isTabList = [&](const AccessibleNode& node) {
+        return node.role == AccessibleRole::filler && reader.name(node.object) == "AdwTabView";
+    };
+    (void)reader.find(m_access.frame, [&](const AccessibleNode& node) {
+        switch (node.role) {
+        case AccessibleRole::toolBar:
+        case AccessibleRole::list:
+            return Visit::skip;
+        case AccessibleRole::table:
+        case AccessibleRole::treeTable:
+            m_views.push_back(node.object);
+            return Visit::skip;
+        default:
+            if (!m_tabList && isTabList(node))
+                if (const auto pages = reader.child(node.object, 0)) {
+                    m_tabList = *pages;
+                    m_tabs = reader.children(*pages);
+                }
+            return Visit::enter;
+        }
     });
-    if (found)
-        m_view = found->object;
-    return m_view;
+}
+
+/// The view of the folder that is shown, which its items tell; nothing is certain where two tabs show the same names.
+std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& reader, const ShownNames& entries) {
+    const auto fitting = [&] {
+        auto views = m_views;
+        std::erase_if(views, [&](const AccessibleObject& each) {
+            std::vector<std::int32_t> looked(static_cast<std::size_t>(std::clamp(reader.childCount(each), 0, kLooks)));
+            std::iota(looked.begin(), looked.end(), 0);
+            const auto names = reader.names(reader.childrenAt(reader.childrenAt(each, looked), 0));
+            // A cell that is kept for later has no name.
+            return names.empty() || !std::ranges::all_of(names, [&](const std::string& name) {
+                       return name.empty() || entries.path(name);
+                   });
+        });
+        return views;
+    };
+    auto views = std::vector<AccessibleObject>();
+    if (m_tabList && reader.children(*m_tabList) == m_tabs)
+        views = fitting();
+    if (views.empty()) {
+        findViews(reader);
+        views = fitting();
+    }
+    return views.size() == 1 ? std::optional(views.front()) : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> NautilusWindow::order(const AccessibleReader& reader,
@@ -98,12 +191,14 @@ std::optional<std::vector<std::string>> NautilusWindow::order(const AccessibleRe
 
 std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
-    const auto items = view(reader);
-    const auto count = items ? reader.selectedCount(*items) : 0;
-    const auto shown = count > 0 ? folder(deadline) : std::nullopt;
+    const auto shown = folder(deadline);
     if (!shown)
         return {};
     const ShownNames entries(*shown);
+    const auto items = view(reader, entries);
+    const auto count = items ? reader.selectedCount(*items) : 0;
+    if (count == 0)
+        return {};
     if (count <= kFewItems) {
         const auto selected = reader.names(reader.childrenAt(reader.selectedChildren(*items, count), 0));
         if (const auto paths = entries.paths(selected))
@@ -119,27 +214,30 @@ std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
 
 void NautilusWindow::select(const std::vector<std::string>& items, Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
-    const auto list = view(reader);
+    const auto shown = folder(deadline);
+    if (!shown)
+        return;
+    ComingItems coming(*shown, items, deadline);
+    std::optional<AccessibleObject> list;
+    ComingItems::Found found;
+    while (true) {
+        const ShownNames entries(*shown);
+        list = view(reader, entries);
+        // The positions are those of what is made, in whatever order it was made; the rest cannot be selected.
+        const auto count = list ? std::max(reader.childCount(*list), 0) : 0;
+        std::vector<std::int32_t> every(static_cast<std::size_t>(count));
+        std::iota(every.begin(), every.end(), 0);
+        if (list)
+            found =
+                entries.positions(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), coming.items());
+        if (!coming.mayCome(count, found))
+            break;
+        std::this_thread::sleep_for(kPause);
+    }
     if (!list)
         return;
-    const auto shown = items.empty() ? std::nullopt : folder(deadline);
-    std::vector<std::int32_t> positions;
-    // What is there by then must still be selected.
-    const auto now = std::chrono::steady_clock::now();
-    const auto lastLook = now + std::min<std::chrono::nanoseconds>((deadline - now) * 6 / 10, kPatience);
-    while (shown && positions.size() < items.size()) {
-        const ShownNames entries(*shown);
-        // The positions are those of what is made, in whatever order it was made; the rest cannot be selected.
-        std::vector<std::int32_t> every(static_cast<std::size_t>(std::max(reader.childCount(*list), 0)));
-        std::iota(every.begin(), every.end(), 0);
-        positions = entries.indices(reader.names(reader.childrenAt(reader.childrenAt(*list, every), 0)), items);
-        if (std::chrono::steady_clock::now() >= lastLook)
-            break;
-        if (positions.size() < items.size())
-            std::this_thread::sleep_for(kPause);
-    }
     reader.clearSelection(*list);
-    reader.selectChildren(*list, positions);
+    reader.selectChildren(*list, knownPositions(found));
 }
 
 } // namespace torvo

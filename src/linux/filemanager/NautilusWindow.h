@@ -16,14 +16,20 @@ class NautilusWindow final : public FileManagerWindow {
     void select(const std::vector<std::string>& items, Deadline deadline) override;
 
   private:
-    [[nodiscard]] std::optional<AccessibleObject> view(const AccessibleReader& reader);
+    [[nodiscard]] std::optional<AccessibleObject> view(const AccessibleReader& reader, const ShownNames& entries);
+    void findViews(const AccessibleReader& reader);
+    [[nodiscard]] std::vector<std::string> crumbs(const AccessibleReader& reader);
     /// The names of all the items in the order of a view that is sorted by name;
     /// absent when this view is sorted in another way.
     [[nodiscard]] std::optional<std::vector<std::string>>
     order(const AccessibleReader& reader, const AccessibleObject& view, const ShownNames& entries);
 
     FileManagerAccess m_access;
-    std::optional<AccessibleObject> m_view;
+    std::optional<AccessibleObject> m_pathBar;
+    /// What holds the tabs, the tabs of the last search for views, and the views that were found.
+    std::optional<AccessibleObject> m_tabList;
+    std::vector<AccessibleObject> m_tabs;
+    std::vector<AccessibleObject> m_views;
     std::string m_objectPath;
 };
 

@@ -11,8 +11,12 @@ namespace torvo {
 
 namespace {
 
-/// More names than that come faster through the clipboard.
-constexpr std::int32_t kFewItems = 64;
+/// Views of more items are read through the clipboard.
+constexpr std::int32_t kFewItems = 300;
+
+bool isAmong(std::initializer_list<AccessibleRole> roles, AccessibleRole role) {
+    return std::ranges::find(roles, role) != roles.end();
+}
 
 bool isTable(AccessibleRole role) {
     return role == AccessibleRole::table || role == AccessibleRole::treeTable;
@@ -57,11 +61,17 @@ std::optional<AccessibleNode> NemoWindow::view(const AccessibleReader& reader) {
             return node;
     }
     m_view.reset();
-    const auto tab = findBelow(reader, m_access.frame, AccessibleRole::pageTab,
-                               {AccessibleRole::menuBar, AccessibleRole::toolBar, AccessibleRole::scrollPane});
-    const auto found =
-        tab ? findShown(reader, *tab, {AccessibleRole::layeredPane, AccessibleRole::table, AccessibleRole::treeTable})
-            : std::nullopt;
+    // The views of the other tabs are there, but not shown. The tree beside the tabs is the places.
+    std::optional<AccessibleObject> found;
+    (void)reader.find(m_access.frame, [&](const AccessibleNode& node) {
+        if (isAmong({AccessibleRole::menuBar, AccessibleRole::toolBar, AccessibleRole::scrollPane}, node.role))
+            return AccessibleReader::Visit::skip;
+        if (node.role != AccessibleRole::pageTab)
+            return AccessibleReader::Visit::enter;
+        found = findShown(reader, node.object,
+                          {AccessibleRole::layeredPane, AccessibleRole::table, AccessibleRole::treeTable});
+        return found ? AccessibleReader::Visit::take : AccessibleReader::Visit::skip;
+    });
     if (!found)
         return std::nullopt;
     m_view = found;
@@ -88,6 +98,32 @@ std::vector<std::string> NemoWindow::rowNames(const AccessibleReader& reader, co
     return {};
 }
 
+ViewItems NemoWindow::viewItems(const AccessibleReader& reader, const AccessibleNode& view) {
+    const auto& object = view.object;
+    if (isTable(view.role))
+        return {[&reader, object] { return reader.rowCount(object); },
+                [this, &reader, object](const auto& rows) { return rowNames(reader, object, rows); }};
+    return {[&reader, object] { return reader.childCount(object); },
+            [&reader, object](const auto& wanted) { return reader.names(reader.childrenAt(object, wanted)); }};
+}
+
+/// The icon view tells the selected items, but not where they are.
+std::optional<std::vector<std::string>> NemoWindow::iconPaths(const AccessibleReader& reader,
+                                                              const AccessibleObject& view, const std::string& folder) {
+    if (reader.childCount(view) > kFewItems)
+        return std::nullopt;
+    const auto all = reader.children(view);
+    const auto paths = ShownNames(folder).pathsOfView(reader.names(all));
+    std::vector<std::string> result;
+    for (const auto& item : reader.selectedChildren(view, reader.selectedCount(view))) {
+        const auto at = std::ranges::find(all, item);
+        if (!paths || at == all.end())
+            return std::nullopt;
+        result.push_back((*paths)[static_cast<std::size_t>(at - all.begin())]);
+    }
+    return result;
+}
+
 std::vector<std::string> NemoWindow::copied(const AccessibleReader& reader) {
     if (!m_copy || reader.node(*m_copy).role != AccessibleRole::menuItem) {
         m_copy.reset();
@@ -110,24 +146,15 @@ std::vector<std::string> NemoWindow::selection(Deadline deadline) {
     const auto items = view(reader);
     if (!items)
         return {};
-    std::vector<std::string> names;
-    if (isTable(items->role)) {
-        const auto rows = reader.selectedRows(items->object);
-        if (rows.empty())
-            return {};
-        if (rows.size() <= static_cast<std::size_t>(kFewItems))
-            names = rowNames(reader, items->object, rows);
-    } else {
-        const auto count = reader.selectedCount(items->object);
-        if (count == 0)
-            return {};
-        if (count <= kFewItems)
-            names = reader.names(reader.selectedChildren(items->object, count));
-    }
-    const auto shown = names.empty() ? std::nullopt : folder(deadline);
-    if (const auto paths = shown ? ShownNames(*shown).paths(names) : std::nullopt)
-        return *paths;
-    return copied(reader);
+    const auto count = isTable(items->role) ? 0 : reader.selectedCount(items->object);
+    const auto rows = isTable(items->role) ? reader.selectedRows(items->object) : std::vector<std::int32_t>();
+    if (rows.empty() && count == 0)
+        return {};
+    const auto shown = folder(deadline);
+    const auto paths = !shown          ? std::nullopt
+                       : !rows.empty() ? certainPaths(viewItems(reader, *items), *shown, rows, false)
+                                       : iconPaths(reader, items->object, *shown);
+    return paths ? *paths : copied(reader);
 }
 
 void NemoWindow::select(const std::vector<std::string>& items, Deadline deadline) {
@@ -140,17 +167,7 @@ void NemoWindow::select(const std::vector<std::string>& items, Deadline deadline
         reader.clearSelection(list->object);
         return;
     }
-    const auto& view = list->object;
-    const auto positions =
-        isTable(list->role)
-            ? awaitItems(reader,
-                         {[&] { return reader.rowCount(view); },
-                          [&](const auto& rows) { return rowNames(reader, view, rows); }},
-                         *shown, items)
-            : awaitItems(reader,
-                         {[&] { return reader.childCount(view); },
-                          [&](const auto& wanted) { return reader.names(reader.childrenAt(view, wanted)); }},
-                         *shown, items);
+    const auto positions = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.clearSelection(list->object);
     if (isTable(list->role))
         reader.selectRows(list->object, positions);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/filemanager/FileManagerWindow.h"
+#include "linux/filemanager/ViewSearch.h"
 
 namespace torvo {
 
@@ -17,6 +18,9 @@ class NemoWindow final : public FileManagerWindow {
     [[nodiscard]] std::optional<AccessibleNode> view(const AccessibleReader& reader);
     [[nodiscard]] std::vector<std::string> rowNames(const AccessibleReader& reader, const AccessibleObject& table,
                                                     const std::vector<std::int32_t>& rows);
+    [[nodiscard]] ViewItems viewItems(const AccessibleReader& reader, const AccessibleNode& view);
+    [[nodiscard]] std::optional<std::vector<std::string>>
+    iconPaths(const AccessibleReader& reader, const AccessibleObject& view, const std::string& folder);
     [[nodiscard]] std::vector<std::string> copied(const AccessibleReader& reader);
 
     FileManagerAccess m_access;

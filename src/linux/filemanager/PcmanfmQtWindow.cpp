@@ -2,7 +2,6 @@
 
 #include "linux/filemanager/Breadcrumbs.h"
 #include "linux/filemanager/ClipboardCopy.h"
-#include "linux/filemanager/ShownNames.h"
 #include "linux/filemanager/ViewSearch.h"
 
 #include <algorithm>
@@ -15,6 +14,11 @@ namespace {
 
 /// In a folder of more items the clipboard is faster than asking each whether it is selected.
 constexpr std::int32_t kFewItems = 300;
+
+ViewItems viewItems(const AccessibleReader& reader, const AccessibleObject& view) {
+    return {[&reader, view] { return reader.rowCount(view); },
+            [&reader, view](const auto& positions) { return reader.names(reader.cells(view, positions, 0)); }};
+}
 
 } // namespace
 
@@ -96,12 +100,10 @@ std::vector<std::string> PcmanfmQtWindow::selection(Deadline deadline) {
         return {};
     const auto items = view(reader);
     if (items && reader.rowCount(*items) <= kFewItems) {
-        std::vector<AccessibleObject> selected;
-        for (auto& node : reader.nodes(cells(reader, *items)))
-            if (node.has(AccessibleState::selected))
-                selected.push_back(std::move(node.object));
+        const auto nodes = reader.nodes(cells(reader, *items));
         const auto shown = folder(deadline);
-        const auto paths = shown ? ShownNames(*shown).paths(reader.names(selected)) : std::nullopt;
+        const auto paths =
+            shown ? certainPaths(viewItems(reader, *items), *shown, selectedPositions(nodes), true) : std::nullopt;
         if (paths && !paths->empty())
             return *paths;
     }
@@ -119,11 +121,7 @@ void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline dea
         reader.press(edit->deselectAll);
         return;
     }
-    const auto rows =
-        awaitItems(reader,
-                   {[&] { return reader.rowCount(*list); },
-                    [&](const auto& positions) { return reader.names(reader.cells(*list, positions, 0)); }},
-                   *shown, items);
+    const auto rows = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.press(edit->deselectAll);
     reader.pressAll(reader.cells(*list, rows, 0));
     // The program hears of its own selection a moment later.

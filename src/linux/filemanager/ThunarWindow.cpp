@@ -3,7 +3,6 @@
 #include "linux/X11Keyboard.h"
 #include "linux/filemanager/Breadcrumbs.h"
 #include "linux/filemanager/ClipboardCopy.h"
-#include "linux/filemanager/ShownNames.h"
 #include "linux/filemanager/ViewSearch.h"
 
 #include <sys/stat.h>
@@ -21,8 +20,6 @@ namespace {
 constexpr xcb_keysym_t kIconsKey = '1';
 constexpr xcb_keysym_t kDetailsKey = '2';
 constexpr xcb_keysym_t kCompactKey = '3';
-/// More names than that come faster through the clipboard.
-constexpr std::size_t kFewItems = 64;
 /// How long a view may take to come.
 constexpr auto kViewTime = std::chrono::seconds(1);
 
@@ -125,6 +122,11 @@ std::vector<std::string> ThunarWindow::names(const AccessibleReader& reader, con
     return reader.names(reader.childrenAt(reader.cells(table, rows, *column), 1));
 }
 
+ViewItems ThunarWindow::viewItems(const AccessibleReader& reader, const AccessibleObject& table) {
+    return {[&reader, table] { return reader.rowCount(table); },
+            [this, &reader, table](const auto& rows) { return names(reader, table, rows); }};
+}
+
 bool ThunarWindow::press(const std::vector<xcb_keysym_t>& keys) {
     const auto display = X11Connection::create();
     return display != nullptr && pressKeysIn(*display, m_access.window, keys);
@@ -162,11 +164,9 @@ std::vector<std::string> ThunarWindow::selection(Deadline deadline) {
     const auto rows = reader.selectedRows(*details);
     if (rows.empty())
         return {};
-    if (rows.size() <= kFewItems) {
-        const auto shown = folder(deadline);
-        if (const auto paths = shown ? ShownNames(*shown).paths(names(reader, *details, rows)) : std::nullopt)
-            return *paths;
-    }
+    const auto shown = folder(deadline);
+    if (const auto paths = shown ? certainPaths(viewItems(reader, *details), *shown, rows, false) : std::nullopt)
+        return *paths;
     return copied(reader);
 }
 
@@ -175,10 +175,7 @@ void ThunarWindow::selectRows(const AccessibleReader& reader, const AccessibleOb
     const auto shown = folder(reader.deadline());
     if (!shown)
         return;
-    const auto rows = awaitItems(reader,
-                                 {[&] { return reader.rowCount(table); },
-                                  [&](const auto& positions) { return names(reader, table, positions); }},
-                                 *shown, items);
+    const auto rows = awaitItems(reader, viewItems(reader, table), *shown, items);
     reader.clearSelection(table);
     reader.selectRows(table, rows);
 }

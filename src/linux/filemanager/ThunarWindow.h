@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/filemanager/FileManagerWindow.h"
+#include "linux/filemanager/ViewSearch.h"
 
 #include <set>
 
@@ -22,6 +23,7 @@ class ThunarWindow final : public FileManagerWindow {
     [[nodiscard]] std::optional<std::int32_t> nameColumn(const AccessibleReader& reader, const AccessibleObject& table);
     [[nodiscard]] std::vector<std::string> names(const AccessibleReader& reader, const AccessibleObject& table,
                                                  const std::vector<std::int32_t>& rows);
+    [[nodiscard]] ViewItems viewItems(const AccessibleReader& reader, const AccessibleObject& table);
     /// Presses keys in the window; false when it is not on the screen.
     [[nodiscard]] bool press(const std::vector<xcb_keysym_t>& keys);
     [[nodiscard]] std::string statusWords(const AccessibleReader& reader);

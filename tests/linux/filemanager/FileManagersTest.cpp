@@ -10,6 +10,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 namespace torvo {
 namespace {
@@ -87,6 +88,55 @@ TEST_P(FileManagersTest, AreLeftAloneWhileTheyHang) {
     EXPECT_THAT(manager.selection(), IsEmpty());
     manager.select(pathsOf({"a.png"}));
     EXPECT_FALSE(manager.frontFolder());
+}
+
+TEST_P(FileManagersTest, AreAskedForTheWindowThatTheUserWorksIn) {
+    // Both have the same title.
+    for (const char* name : {"one/files/a.png", "two/files/b.png", "two/files/c.png"})
+        files.file(name, "content");
+    const auto one = files / "one/files";
+    const auto two = files / "two/files";
+    auto& manager = session.fileManagers();
+    ASSERT_TRUE(session.open(GetParam(), one));
+    ASSERT_TRUE(session.selectsAll(1));
+    const auto first = session.window();
+    ASSERT_TRUE(session.openAnother(GetParam(), two));
+    const auto second = session.window();
+    ASSERT_NE(first, second);
+    ASSERT_TRUE(session.selectsAll(2));
+    session.activate(first);
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    EXPECT_EQ(manager.frontFolder(), one.path());
+    session.activate(second);
+    EXPECT_TRUE(session.selectionBecomes({"b.png", "c.png"}));
+    EXPECT_EQ(manager.frontFolder(), two.path());
+    manager.select({two.appendingPath("c.png").path()});
+    EXPECT_TRUE(session.selectionBecomes({"c.png"}));
+
+    // Somebody else has the keyboard, and the upper window goes to another desktop.
+    const testing::XWindow editor(session.display(), "Editor", 4711);
+    session.activate(editor.id());
+    EXPECT_EQ(manager.frontWindow(), second);
+    testing::XDesktop::input({"set_desktop_for_window", std::to_string(second), "1"});
+    EXPECT_TRUE(session.desktop().eventually([&] { return manager.frontWindow() == first; }));
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    EXPECT_EQ(manager.folder(second), two.path()) << "it is where it was";
+}
+
+TEST_P(FileManagersTest, WaitOnlyForWhatTheyMayComeToShow) {
+    for (const char* name : {"a.png", ".hidden.png", "listed.png", ".hidden", "elsewhere/b.png"})
+        files.file(name, std::string_view(name) == ".hidden" ? "listed.png\n" : "content");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    auto& manager = session.fileManagers();
+    const auto began = std::chrono::steady_clock::now();
+    manager.select(pathsOf({"a.png", ".hidden.png", "listed.png", "elsewhere/b.png", "gone.png"}));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(1500));
+    EXPECT_TRUE(session.selectionBecomes({"a.png"}));
+    // Nor for what a filter leaves out, or what was there all the time.
+    manager.select(pathsOf({"elsewhere/b.png"}));
+    EXPECT_TRUE(session.selectionBecomes({}));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(2500));
 }
 
 TEST_P(FileManagersTest, TellSelectionsOfThousands) {
@@ -171,6 +221,51 @@ TEST(ThunarWindowTest, OpensNoMenuAndGoesBackToItsView) {
     display.dispatch();
     EXPECT_EQ(opened, 0);
     EXPECT_EQ(focus(), front);
+}
+
+/// Items of a folder that was opened in place have names like those beside it.
+TEST(DolphinWindowTest, TellsItemsOfOpenedFoldersFromThoseBesideThem) {
+    if (!testing::hasAllFileManagers())
+        GTEST_SKIP() << "./dev test --all";
+    testing::TemporaryFolder files;
+    for (const char* name : {"sub/same.txt", "same.txt"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    ASSERT_TRUE(session.open({"dolphin", "dolphin"}, files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    session.press("ctrl+3");
+    auto& manager = session.fileManagers();
+    const auto selected = [&](const char* keys, const char* name) {
+        session.press(keys);
+        return testing::eventually(
+            [&] { return manager.selection() == std::vector<std::string>{(files / name).path()}; });
+    };
+    session.press("End");
+    EXPECT_TRUE(selected("Home", "sub"));
+    session.press("Right");
+    EXPECT_TRUE(selected("Down", "sub/same.txt")) << ::testing::PrintToString(manager.selection());
+    EXPECT_TRUE(selected("Down", "same.txt")) << ::testing::PrintToString(manager.selection());
+    // By its address.
+    manager.select({(files / "same.txt").path()});
+    EXPECT_TRUE(selected("F15", "same.txt"));
+}
+
+/// A starter is shown under the name that it gives itself.
+TEST_P(FileManagersTest, AreNotMisledByStarters) {
+    files.file("a.desktop", "[Desktop Entry]\nType=Application\nName=b.txt\nExec=true\n");
+    files.file("b.txt", "content");
+    std::filesystem::permissions((files / "a.desktop").path(), std::filesystem::perms::owner_all);
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    // Each of them in turn, whichever comes first.
+    std::set<std::string> seen;
+    for (const char* key : {"End", "Home"}) {
+        session.press(key);
+        EXPECT_TRUE(testing::eventually([&] { return session.selectedNames().size() == 1; }));
+        for (auto& name : session.selectedNames())
+            seen.insert(std::move(name));
+    }
+    EXPECT_THAT(seen, ElementsAre("a.desktop", "b.txt"));
 }
 
 /// Its icon view is read through the clipboard, which is the user's.
