@@ -46,6 +46,8 @@ DesktopSession::DesktopSession()
                      {"XDG_RUNTIME_DIR", (m_home / "run").path()},
                      {"LANG", "C.UTF-8"},
                      {"NO_AT_BRIDGE", "0"},
+                     // Drawing with a graphics card that is not there takes a whole processor while something turns.
+                     {"GSK_RENDERER", "cairo"},
                      {"XDG_CURRENT_DESKTOP", ""}}) {
     for (const char* name : {"config", "data", "cache", "run"})
         std::filesystem::create_directories((m_home / name).path());

@@ -144,6 +144,16 @@ void NautilusWindow::findViews(const AccessibleReader& reader) {
     });
 }
 
+/// Whether the views are still those that were found.
+bool NautilusWindow::hasSameTabs(const AccessibleReader& reader) {
+    const auto isView = [&](const AccessibleObject& each) {
+        const auto role = reader.node(each).role;
+        return role == AccessibleRole::table || role == AccessibleRole::treeTable;
+    };
+    return m_tabList && !m_views.empty() && reader.children(*m_tabList) == m_tabs &&
+           std::ranges::all_of(m_views, isView);
+}
+
 /// The view of the folder that is shown, which its items tell; nothing is certain where two tabs show the same names.
 std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& reader, const ShownNames& entries) {
     const auto fitting = [&] {
@@ -160,7 +170,7 @@ std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& rea
         return views;
     };
     auto views = std::vector<AccessibleObject>();
-    if (m_tabList && reader.children(*m_tabList) == m_tabs)
+    if (hasSameTabs(reader))
         views = fitting();
     if (views.empty()) {
         findViews(reader);
@@ -191,6 +201,10 @@ std::optional<std::vector<std::string>> NautilusWindow::order(const AccessibleRe
 
 std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
+    // Where nothing is selected at all, no more needs to be known: it is slow to answer while it loads a folder.
+    if (hasSameTabs(reader) &&
+        std::ranges::all_of(m_views, [&](const AccessibleObject& each) { return reader.selectedCount(each) == 0; }))
+        return {};
     const auto shown = folder(deadline);
     if (!shown)
         return {};

@@ -17,6 +17,7 @@ class NautilusWindow final : public FileManagerWindow {
 
   private:
     [[nodiscard]] std::optional<AccessibleObject> view(const AccessibleReader& reader, const ShownNames& entries);
+    [[nodiscard]] bool hasSameTabs(const AccessibleReader& reader);
     void findViews(const AccessibleReader& reader);
     [[nodiscard]] std::vector<std::string> crumbs(const AccessibleReader& reader);
     /// The names of all the items in the order of a view that is sorted by name;
