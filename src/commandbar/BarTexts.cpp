@@ -70,12 +70,18 @@ StatusLine liveHint(std::string_view typed) {
             StatusKind::info};
 }
 
-std::string contextDescription(const std::optional<FileURL>& folder, std::size_t count, bool isDropped) {
+std::string folderDescription(const std::optional<FileURL>& folder) {
     if (!folder)
         return "No Finder window — open one or drop files here";
+    return "📁 " + printableLine(folder->lastPathComponent());
+}
+
+std::string contextDescription(const std::optional<FileURL>& folder, std::size_t count, bool isDropped) {
+    if (!folder)
+        return folderDescription(folder);
     const auto selection =
         count == 0 ? "nothing selected" : fmt::format("{} {}", count, isDropped ? "dropped" : "selected");
-    return fmt::format("📁 {} · {}", printableLine(folder->lastPathComponent()), selection);
+    return fmt::format("{} · {}", folderDescription(folder), selection);
 }
 
 std::string progressLine(const OperationProgress& progress) {

@@ -32,6 +32,8 @@ struct StatusLine {
 
 /// Which folder a command acts on, and on how many files. `isDropped`: they were dropped on the bar.
 [[nodiscard]] std::string contextDescription(const std::optional<FileURL>& folder, std::size_t count, bool isDropped);
+/// The same while nobody knows what is selected.
+[[nodiscard]] std::string folderDescription(const std::optional<FileURL>& folder);
 
 /// The line of a running action: its label, how far it is when that is known, and how to end it.
 [[nodiscard]] std::string progressLine(const OperationProgress& progress);

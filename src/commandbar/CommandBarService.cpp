@@ -67,9 +67,10 @@ void CommandBarService::withContext(std::function<void(const FinderContext& cont
                });
 }
 
-void CommandBarService::refreshContext(std::function<void()> then) {
-    struct Reading {
+void CommandBarService::refreshContext(Reading way, std::function<void()> then) {
+    struct Answer {
         FinderContext context;
+        bool isSelectionKnown = true;
         bool hasClipboardContent = false;
     };
     const auto dropped = droppedContext();
@@ -77,25 +78,38 @@ void CommandBarService::refreshContext(std::function<void()> then) {
     if (dropped)
         showContext(*dropped);
     const auto number = ++*m_contextReads;
-    const auto read = [&finder = m_services.finder, &pasteboard = m_services.pasteboard, isDropped,
-                       reads = m_contextReads, number]() -> Reading {
+    const auto read = [&finder = m_services.finder, &pasteboard = m_services.pasteboard, way, isDropped,
+                       reads = m_contextReads, number] {
+        Answer answer;
         if (number != *reads)
-            return {};
-        return {isDropped ? FinderContext() : contextOf(finder), ClipboardService::hasContent(pasteboard)};
+            return answer;
+        if (!isDropped) {
+            answer.context.folder = finder.frontWindowFolder();
+            answer.isSelectionKnown = way == Reading::byAllMeans || finder.showsSelection();
+            if (answer.isSelectionKnown)
+                answer.context.selection = finder.selectedFiles();
+        }
+        answer.hasClipboardContent = ClipboardService::hasContent(pasteboard);
+        return answer;
     };
-    const auto show = [this, number, then = std::move(then)](const Reading& reading) {
+    const auto show = [this, number, then = std::move(then)](const Answer& answer) {
         if (number != *m_contextReads)
             return;
-        m_state.clipboardAvailable = reading.hasClipboardContent;
-        showContext(droppedContext().value_or(reading.context));
+        m_state.clipboardAvailable = answer.hasClipboardContent;
+        if (const auto nowDropped = droppedContext())
+            showContext(*nowDropped);
+        else
+            showContext(answer.context, answer.isSelectionKnown);
         if (then)
             then();
     };
     m_services.desktopQueue.async(handingOver(read, show, onMain()));
 }
 
-void CommandBarService::showContext(const FinderContext& context) {
-    m_state.contextHint = contextDescription(context.folder, context.selection.size(), droppedContext().has_value());
+void CommandBarService::showContext(const FinderContext& context, bool isSelectionKnown) {
+    m_state.contextHint =
+        isSelectionKnown ? contextDescription(context.folder, context.selection.size(), droppedContext().has_value())
+                         : folderDescription(context.folder);
     m_state.chips = barChips(RulesStore(m_services.defaults).rules(), context.folder, context.selection, m_history);
 }
 
@@ -142,7 +156,7 @@ void CommandBarService::clearHistory() {
     changeStoredHistory([](HistoryStore& history) { (void)history.clear(); });
     m_historyIndex = -1;
     m_stashedInput.clear();
-    refreshContext();
+    refreshContext(Reading::byLooking);
 }
 
 void CommandBarService::changeStoredHistory(std::function<void(HistoryStore& history)> change) {
@@ -307,7 +321,7 @@ void CommandBarService::takeKeyboard() {
             m_services.panel.makeKey();
     };
     m_takingKeyboard = m_services.dispatcher.runAfter(kSelectionPatience, take);
-    refreshContext([this, take] {
+    refreshContext(Reading::byAllMeans, [this, take] {
         if (m_takingKeyboard)
             take();
     });
@@ -334,7 +348,7 @@ void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
     m_dismissal.reset();
     m_droppedSelection = files;
     selectInFinder(files);
-    refreshContext();
+    refreshContext(Reading::byLooking);
     m_services.panel.makeKey();
 }
 
@@ -377,7 +391,7 @@ void CommandBarService::keyWindowChanged(bool isKey) {
     m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
     if (isKey) {
         m_takingKeyboard.reset();
-        refreshContext();
+        refreshContext(Reading::byAllMeans);
         ++m_state.focusTrigger;
     }
 }
@@ -407,6 +421,7 @@ void CommandBarService::resetState() {
     show("", StatusKind::hint);
     m_historyIndex = -1;
     m_state.canAskAIToFix = false;
+    refreshContext(Reading::byLooking);
 }
 
 void CommandBarService::detach() {

@@ -142,10 +142,11 @@ class CommandBarService {
     /// Hands the folder and the files that a command acts on now to `then`, unless the bar has turned to something else
     /// by then.
     void withContext(std::function<void(const FinderContext& context)> then);
-    /// Has the line about the context and the chips follow what is selected now; `then`, if any, is called when they
-    /// do.
-    void refreshContext(std::function<void()> then = {});
-    void showContext(const FinderContext& context);
+    enum class Reading { byLooking, byAllMeans };
+    /// Has the line about the context and the chips follow what is selected now, as far as that can be had; `then`, if
+    /// any, is called when they do.
+    void refreshContext(Reading way, std::function<void()> then = {});
+    void showContext(const FinderContext& context, bool isSelectionKnown = true);
     void selectInFinder(std::vector<FileURL> files);
     void keyWindowChanged(bool isKey);
     /// Shows the bar in its full form and gives it the keyboard, once it knows what is selected or the file manager has

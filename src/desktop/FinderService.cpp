@@ -45,6 +45,11 @@ std::vector<FileURL> FinderService::selectedFiles() {
     return files;
 }
 
+bool FinderService::showsSelection() {
+    const auto front = frontFinderAXWindow();
+    return front && m_platform.accessibility.attribute(*front, "AXSelectedChildren").has_value();
+}
+
 void FinderService::select(const std::vector<FileURL>& items) {
     std::vector<std::string> arguments{"-e", items.empty() ? kClearSelectionScript : kSetSelectionScript};
     for (const auto& item : items)

@@ -40,6 +40,9 @@ class FinderService final : public Selecting {
 
     /// The selected files, in the file manager's order.
     [[nodiscard]] std::vector<FileURL> selectedFiles();
+    /// Whether `selectedFiles` only looks. Otherwise the file manager has to do something for it, and should not be
+    /// asked before the user wants it.
+    [[nodiscard]] bool showsSelection();
     void select(const std::vector<FileURL>& items) override;
     /// The folder that the front window shows.
     [[nodiscard]] std::optional<FileURL> frontWindowFolder();

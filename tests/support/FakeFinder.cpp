@@ -94,6 +94,8 @@ void FakeFinder::show(const std::optional<FileURL>& folder, std::vector<FileURL>
     accessibility.set(kFinder, "AXFocusedWindow", AccessibilityElement{kWindow});
     accessibility.set(kWindow, "AXSubrole", "AXStandardWindow");
     accessibility.set(kWindow, "AXDocument", fileURLText(*folder));
+    if (showsSelection)
+        accessibility.set(kWindow, "AXSelectedChildren", "");
     moveWindow(m_frame);
 }
 

@@ -88,6 +88,8 @@ class FakeFinder {
     /// How often a selection was set.
     [[nodiscard]] std::size_t selectionsSet() const;
 
+    /// Whether its next window's selection can be read by looking.
+    bool showsSelection = true;
     FakeScriptHost scripts;
     FakeAccessibility accessibility;
     FakeWorkspace workspace;

@@ -64,8 +64,9 @@ std::vector<std::string> copiedFiles(ClipboardKeeper& keeper, const std::functio
         keeper.endReading();
         return {};
     }
-    const auto asked = clipboard->serverTime();
     copy();
+    // The keys that make a program copy count as pressed by the user there; what comes later does not.
+    const auto asked = clipboard->serverTime();
     if (!clipboard->isTaken(std::min(deadline, steady_clock::now() + kTakeTime))) {
         keeper.endReading(LateCopy{.before = *std::move(before),
                                    .until = steady_clock::now() + kLateTime,

@@ -34,6 +34,8 @@ class FileManagerWindow {
 
     /// The folder that the window shows; absent for what is no folder on the disk.
     [[nodiscard]] virtual std::optional<std::string> folder(Deadline deadline) = 0;
+    /// Whether `selection` only looks at the window; otherwise it has the window copy what is selected.
+    [[nodiscard]] virtual bool showsSelection(Deadline /*deadline*/) { return true; }
     /// The selected items, in the window's order.
     [[nodiscard]] virtual std::vector<std::string> selection(Deadline deadline) = 0;
     /// Selects exactly these items of the folder that is shown, waiting until the window shows them; others are left

@@ -164,6 +164,12 @@ std::optional<std::string> FileManagers::folder(xcb_window_t window) {
     return each == nullptr ? std::nullopt : each->folder(steady_clock::now() + kWorkTime);
 }
 
+bool FileManagers::showsSelection(xcb_window_t window) {
+    const std::lock_guard guard(m_lock);
+    auto* each = adapter(window);
+    return each != nullptr && each->showsSelection(steady_clock::now() + kWorkTime);
+}
+
 std::optional<std::string> FileManagers::frontFolder() {
     const std::lock_guard guard(m_lock);
     const auto window = m_open.front();

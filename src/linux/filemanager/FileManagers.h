@@ -31,6 +31,8 @@ class FileManagers {
     [[nodiscard]] std::optional<Rect> frame(xcb_window_t window);
 
     [[nodiscard]] std::optional<std::string> folder(xcb_window_t window);
+    /// Whether what is selected in the window can be seen without doing anything to it.
+    [[nodiscard]] bool showsSelection(xcb_window_t window);
 
     /// Of the front window.
     [[nodiscard]] std::vector<std::string> selection();

@@ -27,6 +27,9 @@ std::optional<AccessibilityValue> LinuxAccessibility::attribute(const Accessibil
     // Only ordinary windows become elements.
     if (name == "AXSubrole")
         return "AXStandardWindow";
+    // Who is asked for the items is the script host; here it is told whether they can be seen.
+    if (name == "AXSelectedChildren")
+        return m_fileManagers.showsSelection(window) ? std::optional<AccessibilityValue>("") : std::nullopt;
     if (name == "AXDocument") {
         const auto folder = m_fileManagers.folder(window);
         return folder ? std::optional<AccessibilityValue>(fileURLText(FileURL(*folder))) : std::nullopt;

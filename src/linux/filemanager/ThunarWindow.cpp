@@ -20,6 +20,12 @@ namespace {
 constexpr xcb_keysym_t kIconsKey = '1';
 constexpr xcb_keysym_t kDetailsKey = '2';
 constexpr xcb_keysym_t kCompactKey = '3';
+/// How long to wait until the user lets go of what is held.
+constexpr auto kReleaseTime = std::chrono::milliseconds(500);
+/// How often a window that answers is asked to copy before there is nothing to copy.
+constexpr int kCopyAttempts = 3;
+/// How long it counts that there was nothing to copy.
+constexpr auto kTrustTime = std::chrono::seconds(20);
 /// How long a view may take to come.
 constexpr auto kViewTime = std::chrono::seconds(1);
 
@@ -129,7 +135,10 @@ ViewItems ThunarWindow::viewItems(const AccessibleReader& reader, const Accessib
 
 bool ThunarWindow::press(const std::vector<xcb_keysym_t>& keys) {
     const auto display = X11Connection::create();
-    return display != nullptr && pressKeysIn(*display, m_access.window, keys);
+    // Whoever holds a key or a button is in the middle of something; the shortcut is let go of soon.
+    return display != nullptr &&
+           comes(std::chrono::steady_clock::now() + kReleaseTime, [&] { return isNothingHeld(*display); }) &&
+           pressKeysIn(*display, m_access.window, keys);
 }
 
 /// What the status bar says without the numbers: with nothing selected, always one of a few sentences.
@@ -142,18 +151,31 @@ std::string ThunarWindow::statusWords(const AccessibleReader& reader) {
 }
 
 std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
-    const auto words = statusWords(reader);
-    if (!words.empty() && m_wordsOfNothing.contains(words))
-        return {};
-    bool hasAnswered = false;
-    auto paths = copiedFiles(
-        m_access.clipboard,
-        [&] { hasAnswered = press({kControlKey, 'c'}) && !words.empty() && statusWords(reader) == words; },
-        reader.deadline());
-    // It went on after the key was pressed, and copied nothing: there is nothing to copy.
-    if (paths.empty() && hasAnswered && statusWords(reader) == words)
-        m_wordsOfNothing.insert(words);
-    return paths;
+    using std::chrono::steady_clock;
+    std::erase_if(m_wordsOfNothing, [](const auto& each) { return steady_clock::now() - each.second > kTrustTime; });
+    auto words = statusWords(reader);
+    bool isSteady = true;
+    // A window that is about to show another view takes the keys and copies nothing.
+    for (int attempt = 0; attempt < kCopyAttempts && !m_wordsOfNothing.contains(words) && !reader.isOver(); ++attempt) {
+        bool isPressed = false;
+        auto paths = copiedFiles(m_access.clipboard, [&] { isPressed = press({kControlKey, 'c'}); }, reader.deadline());
+        auto wordsNow = statusWords(reader);
+        if (!paths.empty()) {
+            m_wordsOfSomething.insert(std::move(wordsNow));
+            return paths;
+        }
+        if (!isPressed)
+            return {};
+        isSteady = isSteady && wordsNow == words;
+        words = std::move(wordsNow);
+    }
+    if (isSteady && !words.empty() && !m_wordsOfSomething.contains(words))
+        m_wordsOfNothing.try_emplace(words, steady_clock::now());
+    return {};
+}
+
+bool ThunarWindow::showsSelection(Deadline deadline) {
+    return table(AccessibleReader(m_access.accessibility, deadline)).has_value();
 }
 
 std::vector<std::string> ThunarWindow::selection(Deadline deadline) {

@@ -3,6 +3,8 @@
 #include "linux/filemanager/FileManagerWindow.h"
 #include "linux/filemanager/ViewSearch.h"
 
+#include <chrono>
+#include <map>
 #include <set>
 
 namespace torvo {
@@ -15,6 +17,7 @@ class ThunarWindow final : public FileManagerWindow {
     explicit ThunarWindow(FileManagerAccess access) : m_access(std::move(access)) {}
 
     std::optional<std::string> folder(Deadline deadline) override;
+    bool showsSelection(Deadline deadline) override;
     std::vector<std::string> selection(Deadline deadline) override;
     void select(const std::vector<std::string>& items, Deadline deadline) override;
 
@@ -35,8 +38,11 @@ class ThunarWindow final : public FileManagerWindow {
     std::optional<AccessibleObject> m_pane;
     std::optional<AccessibleObject> m_location;
     std::optional<AccessibleObject> m_statusBar;
-    /// What the status bar was seen to say when there was nothing to copy: that needs not be found out again.
-    std::set<std::string> m_wordsOfNothing;
+    /// What the status bar was seen to say when there was nothing to copy, and when: for a while that needs not be
+    /// found out again.
+    std::map<std::string, std::chrono::steady_clock::time_point> m_wordsOfNothing;
+    /// The same with something to copy; these are never taken for the others.
+    std::set<std::string> m_wordsOfSomething;
 };
 
 } // namespace torvo
