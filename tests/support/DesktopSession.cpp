@@ -95,15 +95,19 @@ void DesktopSession::activate(xcb_window_t window) {
     EXPECT_TRUE(m_desktop->eventually([&] { return display().activeWindow() == window; }));
 }
 
+bool DesktopSession::clickBesideTheItems() {
+    const auto frame = m_fileManagers->frame(m_window);
+    if (frame)
+        XDesktop::input({"mousemove", std::to_string(static_cast<int>(frame->right()) - 60),
+                         std::to_string(static_cast<int>(frame->y + frame->height) - 90), "click", "1"});
+    return frame.has_value();
+}
+
 bool DesktopSession::selectsAll(std::size_t count) {
     return eventually(
         [&] {
-            const auto frame = m_fileManagers->frame(m_window);
-            if (!frame)
+            if (!clickBesideTheItems())
                 return false;
-            // No item is there, as long as there are few.
-            XDesktop::input({"mousemove", std::to_string(static_cast<int>(frame->right()) - 60),
-                             std::to_string(static_cast<int>(frame->y + frame->height) - 90), "click", "1"});
             press("ctrl+a");
             return eventually([&] { return m_fileManagers->selection().size() == count; },
                               std::chrono::milliseconds(500));

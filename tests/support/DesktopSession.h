@@ -63,7 +63,9 @@ class DesktopSession {
 
     /// Gives a window the keyboard.
     void activate(xcb_window_t window);
-    /// Clicks into the file manager's view and presses the keys that select everything, until that many items are
+    /// Clicks into the file manager's view where no item is, as long as there are few; false when it has no window.
+    bool clickBesideTheItems();
+    /// Clicks there and presses the keys that select everything, until that many items are
     /// selected: a window that still loads its folder selects what it has.
     [[nodiscard]] bool selectsAll(std::size_t count);
     /// Presses keys ("ctrl+a"), or types a text, into whatever has the keyboard.

@@ -138,6 +138,24 @@ TEST_P(RunningBarTest, AnswersWhileTheFileManagerHangs) {
     EXPECT_TRUE(session.selectionBecomes({"one.png"}));
 }
 
+TEST_P(RunningBarTest, GivesTheKeyboardBackToTheWindowItWasSummonedOver) {
+    for (const char* name : {"one/a.png", "two/b.png"})
+        files.file(name, "content");
+    ASSERT_TRUE(session.open(GetParam(), files / "one"));
+    const auto first = session.window();
+    ASSERT_TRUE(session.openAnother(GetParam(), files / "two"));
+    // It lies above, but on another desktop, where nobody looks.
+    testing::XDesktop::input({"set_desktop_for_window", std::to_string(session.window()), "1"});
+    session.activate(first);
+    const RunningBar bar(session);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); }));
+    ASSERT_TRUE(bar.summon());
+    const auto place = windowFrame(session.display(), first);
+    EXPECT_TRUE(session.desktop().eventually([&] { return bar.frame() && std::abs(bar.frame()->x - place->x) < 1; }));
+    session.press("Escape");
+    EXPECT_TRUE(session.desktop().eventually([&] { return session.display().activeWindow() == first; }));
+}
+
 TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
     picture("one.png");
     ASSERT_TRUE(session.open(GetParam(), files.url()));

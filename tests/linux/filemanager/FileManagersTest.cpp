@@ -123,6 +123,46 @@ TEST_P(FileManagersTest, AreAskedForTheWindowThatTheUserWorksIn) {
     EXPECT_EQ(manager.folder(second), two.path()) << "it is where it was";
 }
 
+TEST_P(FileManagersTest, AreAskedForTheTabThatIsShown) {
+    // The folders have one name in common.
+    for (const char* name : {"0sub/a.png", "0sub/b.png", "a.png"})
+        files.file(name, "content");
+    const auto inner = (files / "0sub").path();
+    auto& manager = session.fileManagers();
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    const bool opensThere = GetParam().program == "nautilus";
+    if (opensThere) {
+        manager.select({inner});
+        ASSERT_TRUE(session.selectionBecomes({"0sub"}));
+        session.press("ctrl+Return");
+    } else {
+        session.press("ctrl+t");
+    }
+    // Some open it behind the one that is shown.
+    session.press("alt+2");
+    const auto goesIn = [&] {
+        if (!opensThere) {
+            session.clickBesideTheItems();
+            for (const char* key : {"End", "Home", "Return"})
+                session.press(key);
+        }
+        return testing::eventually([&] { return manager.frontFolder() == inner; }, std::chrono::seconds(2));
+    };
+    ASSERT_TRUE(testing::eventually(goesIn)) << manager.frontFolder().value_or("nothing");
+    ASSERT_TRUE(session.selectsAll(2));
+    EXPECT_THAT(manager.selection(), UnorderedElementsAreArray(pathsOf({"0sub/a.png", "0sub/b.png"})));
+    session.press("alt+1");
+    EXPECT_TRUE(testing::eventually([&] { return manager.frontFolder() == files.path(); }))
+        << manager.frontFolder().value_or("nothing");
+    EXPECT_TRUE(session.selectionBecomes(opensThere ? std::vector<std::string>{"0sub"}
+                                                    : std::vector<std::string>{"0sub", "a.png"}));
+    session.press("alt+2");
+    EXPECT_TRUE(testing::eventually([&] { return manager.frontFolder() == inner; }));
+    manager.select({inner + "/b.png"});
+    EXPECT_TRUE(session.selectionBecomes({"b.png"}));
+}
+
 TEST_P(FileManagersTest, WaitOnlyForWhatTheyMayComeToShow) {
     for (const char* name : {"a.png", ".hidden.png", "listed.png", ".hidden", "elsewhere/b.png"})
         files.file(name, std::string_view(name) == ".hidden" ? "listed.png\n" : "content");
