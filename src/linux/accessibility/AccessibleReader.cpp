@@ -108,6 +108,12 @@ std::optional<AccessibleObject> AccessibleReader::child(const AccessibleObject& 
     return found.front().path.empty() ? std::nullopt : std::optional(std::move(found.front()));
 }
 
+AccessibleObject AccessibleReader::parent(const AccessibleObject& object) const {
+    const auto value = unboxed(m_bus.call(property(object, kAccessible, "Parent"), m_deadline));
+    return value != nullptr && g_variant_is_of_type(value.get(), G_VARIANT_TYPE("(so)")) ? referenceOf(value.get())
+                                                                                         : AccessibleObject();
+}
+
 std::vector<AccessibleObject> AccessibleReader::children(const AccessibleObject& object) const {
     const auto reply = m_bus.call(
         {.object = object, .interface = kAccessible, .member = "GetChildren", .answer = "(a(so))"}, m_deadline);

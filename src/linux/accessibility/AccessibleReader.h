@@ -75,6 +75,8 @@ class AccessibleReader {
 
     [[nodiscard]] std::int32_t childCount(const AccessibleObject& object) const;
     [[nodiscard]] std::optional<AccessibleObject> child(const AccessibleObject& object, std::int32_t index) const;
+    /// What the object is in; a null object where there is none.
+    [[nodiscard]] AccessibleObject parent(const AccessibleObject& object) const;
     /// All at once; objects that are not there are null references in some programs, which are left out here.
     [[nodiscard]] std::vector<AccessibleObject> children(const AccessibleObject& object) const;
     [[nodiscard]] std::vector<AccessibleNode> nodes(const std::vector<AccessibleObject>& objects) const;

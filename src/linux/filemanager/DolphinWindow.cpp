@@ -132,8 +132,9 @@ std::optional<std::string> DolphinWindow::folder(Deadline deadline) {
 
 std::optional<AccessibleObject> DolphinWindow::view(const AccessibleReader& reader) {
     if (m_view) {
-        const auto node = reader.node(*m_view);
-        if (node.role == AccessibleRole::table && node.has(AccessibleState::showing))
+        // A view says that it shows in a hidden tab, too; what holds it knows better.
+        if (reader.node(*m_view).role == AccessibleRole::table &&
+            reader.node(reader.parent(*m_view)).has(AccessibleState::showing))
             return m_view;
     }
     m_view = findShown(reader, m_access.frame, {AccessibleRole::table});

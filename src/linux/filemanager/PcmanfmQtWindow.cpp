@@ -58,8 +58,9 @@ std::optional<std::string> PcmanfmQtWindow::folder(Deadline deadline) {
 
 std::optional<AccessibleObject> PcmanfmQtWindow::view(const AccessibleReader& reader) {
     if (m_view) {
+        // A view says that it shows in a hidden tab, too; what holds it knows better.
         const auto node = reader.node(*m_view);
-        if (node.has(AccessibleState::showing) &&
+        if (reader.node(reader.parent(*m_view)).has(AccessibleState::showing) &&
             (node.role == AccessibleRole::list || node.role == AccessibleRole::tree))
             return m_view;
     }
@@ -123,6 +124,9 @@ void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline dea
     }
     const auto rows = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.press(edit->deselectAll);
+    // A press turns an item's selection over: it must be known to be off.
+    while (reader.node(edit->copy).has(AccessibleState::sensitive) && !reader.isOver())
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     reader.pressAll(reader.cells(*list, rows, 0));
     // The program hears of its own selection a moment later.
     while (!rows.empty() && !reader.node(edit->copy).has(AccessibleState::sensitive) && !reader.isOver())
