@@ -124,9 +124,6 @@ void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline dea
     }
     const auto rows = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.press(edit->deselectAll);
-    // A press turns an item's selection over: it must be known to be off.
-    while (reader.node(edit->copy).has(AccessibleState::sensitive) && !reader.isOver())
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     reader.pressAll(reader.cells(*list, rows, 0));
     // The program hears of its own selection a moment later.
     while (!rows.empty() && !reader.node(edit->copy).has(AccessibleState::sensitive) && !reader.isOver())
