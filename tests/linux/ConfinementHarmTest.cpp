@@ -1,6 +1,7 @@
 #include "linux/Confinement.h"
 #include "tests/support/Bystanders.h"
 #include "tests/support/ConfinedRun.h"
+#include "tests/support/Eventually.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@ namespace {
 
 using testing::Bystanders;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 /// Each of these does harm when nothing confines it (another test makes sure of that).
 const std::vector<std::string> kFileHarms = {
@@ -271,7 +271,9 @@ TEST(ConfinementHarmControl, TheCommandsOfTheHarmTablesDoHarmWhenNothingConfines
         for (const std::string& command : *table) {
             Bystanders bystanders;
             const auto outcome = testing::runShell({command, bystanders.selection(), bystanders.folder()});
-            EXPECT_THAT(bystanders.harm(), Not(IsEmpty())) << command << "\n" << outcome.errors;
+            // What goes on in the background may have yet to begin.
+            EXPECT_TRUE(testing::eventually([&] { return !bystanders.harm().empty(); })) << command << "\n"
+                                                                                         << outcome.errors;
         }
 }
 
