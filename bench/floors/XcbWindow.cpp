@@ -47,6 +47,7 @@ int main() {
             const xcb_rectangle_t text{20, 30, 300, 16};
             xcb_poly_fill_rectangle(connection, window, ink, 1, &text);
             letters = 0;
+            xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
         } else if (kind == XCB_KEY_PRESS) {
             const auto& press = *reinterpret_cast<xcb_key_press_event_t*>(event);
             const auto symbol =

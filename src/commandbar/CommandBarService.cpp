@@ -20,9 +20,6 @@ namespace torvo {
 
 namespace {
 
-/// How long the keyboard waits for what is selected: a summons must feel immediate.
-constexpr std::chrono::milliseconds kSelectionPatience{150};
-
 FinderContext contextOf(FinderService& finder) {
     return {finder.frontWindowFolder(), finder.selectedFiles()};
 }
@@ -67,7 +64,7 @@ void CommandBarService::withContext(std::function<void(const FinderContext& cont
                });
 }
 
-void CommandBarService::refreshContext(Reading way, std::function<void()> then) {
+void CommandBarService::refreshContext(Reading way) {
     struct Answer {
         FinderContext context;
         bool isSelectionKnown = true;
@@ -92,7 +89,7 @@ void CommandBarService::refreshContext(Reading way, std::function<void()> then) 
         answer.hasClipboardContent = ClipboardService::hasContent(pasteboard);
         return answer;
     };
-    const auto show = [this, number, then = std::move(then)](const Answer& answer) {
+    const auto show = [this, number](const Answer& answer) {
         if (number != *m_contextReads)
             return;
         m_state.clipboardAvailable = answer.hasClipboardContent;
@@ -100,8 +97,6 @@ void CommandBarService::refreshContext(Reading way, std::function<void()> then) 
             showContext(*nowDropped);
         else
             showContext(answer.context, answer.isSelectionKnown);
-        if (then)
-            then();
     };
     m_services.desktopQueue.async(handingOver(read, show, onMain()));
 }
@@ -281,10 +276,6 @@ void CommandBarService::logOutcome(std::string_view outcome, std::string_view de
 void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
     if (!m_services.panel.isVisible())
         resetState();
-    place(frame, form);
-}
-
-void CommandBarService::place(const Rect& frame, BarForm form) {
     m_lastFinderFrame = frame;
     m_services.panel.position(frame, form);
     m_services.panel.orderFront();
@@ -292,39 +283,23 @@ void CommandBarService::place(const Rect& frame, BarForm form) {
 
 void CommandBarService::toggle() {
     const Turn turn(*this);
+    // Whoever calls the bar wants it to stay.
+    m_dismissal.reset();
     if (m_services.panel.isVisible())
-        takeKeyboard();
+        m_services.panel.makeKey();
     else if (m_services.workspace.frontmostApplication() == kFinderIdentifier)
         openExpanded();
 }
 
 void CommandBarService::openExpanded() {
     const Turn turn(*this);
-    if (!m_services.finder.frontWindowFrame()) {
+    const auto frame = m_services.finder.frontWindowFrame();
+    if (!frame) {
         detach();
         return;
     }
-    if (!m_services.panel.isVisible())
-        resetState();
-    takeKeyboard();
-}
-
-void CommandBarService::takeKeyboard() {
-    // Whoever calls the bar wants it to stay.
-    m_dismissal.reset();
-    const auto take = [this] {
-        const Turn turn(*this);
-        m_takingKeyboard.reset();
-        if (const auto frame = m_services.finder.frontWindowFrame())
-            place(*frame, BarForm::expanded);
-        if (m_services.panel.isVisible())
-            m_services.panel.makeKey();
-    };
-    m_takingKeyboard = m_services.dispatcher.runAfter(kSelectionPatience, take);
-    refreshContext(Reading::byAllMeans, [this, take] {
-        if (m_takingKeyboard)
-            take();
-    });
+    placeUnder(*frame, BarForm::expanded);
+    m_services.panel.makeKey();
 }
 
 void CommandBarService::prefill(std::string text) {
@@ -390,7 +365,6 @@ void CommandBarService::keyWindowChanged(bool isKey) {
     m_state.isKeyWindow = isKey;
     m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
     if (isKey) {
-        m_takingKeyboard.reset();
         refreshContext(Reading::byAllMeans);
         ++m_state.focusTrigger;
     }
@@ -426,7 +400,6 @@ void CommandBarService::resetState() {
 
 void CommandBarService::detach() {
     const Turn turn(*this);
-    m_takingKeyboard.reset();
     abandonWork();
     m_services.panel.orderOut();
 }

@@ -143,17 +143,11 @@ class CommandBarService {
     /// by then.
     void withContext(std::function<void(const FinderContext& context)> then);
     enum class Reading { byLooking, byAllMeans };
-    /// Has the line about the context and the chips follow what is selected now, as far as that can be had; `then`, if
-    /// any, is called when they do.
-    void refreshContext(Reading way, std::function<void()> then = {});
+    /// Has the line about the context and the chips follow what is selected now, as far as that can be had.
+    void refreshContext(Reading way);
     void showContext(const FinderContext& context, bool isSelectionKnown = true);
     void selectInFinder(std::vector<FileURL> files);
     void keyWindowChanged(bool isKey);
-    /// Shows the bar in its full form and gives it the keyboard, once it knows what is selected or the file manager has
-    /// had its time to tell: one that needs the keyboard to tell must not have it while the user types.
-    void takeKeyboard();
-    void place(const Rect& frame, BarForm form);
-    /// The same for a bar that may be hidden, and then begins anew.
     void placeUnder(const Rect& frame, BarForm form);
     /// The form of a bar that is placed without being opened.
     [[nodiscard]] BarForm restingForm() const { return m_state.isKeyWindow ? BarForm::expanded : BarForm::compact; }
@@ -226,8 +220,6 @@ class CommandBarService {
     /// Ends the request to the model that is under way.
     std::stop_source m_modelRequest;
     std::unique_ptr<ScheduledTask> m_dismissal;
-    /// Ends the wait for what is selected.
-    std::unique_ptr<ScheduledTask> m_takingKeyboard;
 
     std::optional<Rect> m_lastFinderFrame;
     std::optional<std::vector<FileURL>> m_droppedSelection;

@@ -57,22 +57,11 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     EXPECT_THAT(bar.finder.workspace.activated, ElementsAre(std::string(kFinderIdentifier)));
 }
 
-TEST_F(CommandBarInput, TakesTheKeyboardOnceItKnowsWhatIsSelectedOrHasWaitedLongEnough) {
+TEST_F(CommandBarInput, WaitsForNoFileManager) {
     (void)bar.files.file("a.txt");
     bar.select({"a.txt"});
     bar.desktopQueue.isHeld = true;
-    bar.service->toggle();
-    bar.dispatcher->advance(140ms);
-    EXPECT_FALSE(bar.window.isVisible());
-    bar.desktopQueue.run();
-    bar.dispatcher->runPending();
-    EXPECT_TRUE(bar.window.isKey());
-    EXPECT_THAT(bar.state().contextHint, EndsWith("1 selected"));
-
-    // A file manager that does not answer keeps nobody waiting, nor does a command wait on the main thread.
-    bar.service->detach();
-    bar.service->toggle();
-    bar.dispatcher->advance(150ms);
+    bar.summon();
     EXPECT_TRUE(bar.window.isKey());
     bar.service->inputChanged("zip");
     bar.service->submit();
@@ -82,6 +71,20 @@ TEST_F(CommandBarInput, TakesTheKeyboardOnceItKnowsWhatIsSelectedOrHasWaitedLong
     bar.desktopQueue.run();
     bar.dispatcher->runPending();
     EXPECT_THAT(bar.names(), ElementsAre("a.txt")) << "what was abandoned before the answer came is not begun";
+    EXPECT_THAT(bar.state().contextHint, EndsWith("1 selected"));
+}
+
+TEST_F(CommandBarInput, TellsTheFolderAloneWhileTheSelectionCannotBeSeen) {
+    (void)bar.files.file("a.txt");
+    bar.finder.showsSelection = false;
+    bar.select({"a.txt"});
+    const auto folder = "📁 " + std::string(bar.files.url().lastPathComponent());
+    bar.service->syncAttachment();
+    bar.dispatcher->runPending();
+    EXPECT_EQ(bar.state().contextHint, folder);
+    EXPECT_THAT(bar.finder.scripts.runs(), IsEmpty()) << "a docked bar has nothing done to the window";
+    bar.summon();
+    EXPECT_EQ(bar.state().contextHint, folder + " · 1 selected");
 }
 
 TEST_F(CommandBarInput, BrowsesTheHistoryAndRestoresWhatWasTyped) {
