@@ -2,7 +2,9 @@
 
 #include "linux/X11Connection.h"
 #include "linux/filemanager/Breadcrumbs.h"
+#include "linux/filemanager/ClipboardCopy.h"
 #include "linux/filemanager/ViewSearch.h"
+#include "linux/filemanager/WindowKeys.h"
 #include "support/FileURLText.h"
 
 #include <algorithm>
@@ -218,12 +220,23 @@ std::vector<std::string> NautilusWindow::selection(Deadline deadline) {
         if (const auto paths = entries.paths(selected))
             return *paths;
     }
-    // Items that are not on the screen are counted, but not made: nothing tells which of them are selected, unless all
-    // are.
+    // Items that are not on the screen are counted, but not made: only copies tell which of them are selected, unless
+    // all are.
     const auto all = order(reader, *items, entries);
-    if (!all || static_cast<std::size_t>(count) != all->size())
-        return {};
-    return entries.paths(*all).value_or(std::vector<std::string>());
+    if (all && static_cast<std::size_t>(count) == all->size())
+        if (auto paths = entries.paths(*all))
+            return *std::move(paths);
+    auto copies =
+        copiedFiles(m_access.clipboard, [&] { (void)pressInWindow(m_access.window, {kControlKey, 'c'}); }, deadline);
+    // Of a text that is being edited it copies that.
+    return copies.size() == static_cast<std::size_t>(count) ? std::move(copies) : std::vector<std::string>();
+}
+
+bool NautilusWindow::showsSelection(Deadline deadline) {
+    const AccessibleReader reader(m_access.accessibility, deadline);
+    return hasSameTabs(reader) && std::ranges::all_of(m_views, [&](const AccessibleObject& each) {
+               return reader.selectedCount(each) <= kFewItems;
+           });
 }
 
 void NautilusWindow::select(const std::vector<std::string>& items, Deadline deadline) {

@@ -12,6 +12,7 @@ class NautilusWindow final : public FileManagerWindow {
     explicit NautilusWindow(FileManagerAccess access) : m_access(std::move(access)) {}
 
     std::optional<std::string> folder(Deadline deadline) override;
+    bool showsSelection(Deadline deadline) override;
     std::vector<std::string> selection(Deadline deadline) override;
     void select(const std::vector<std::string>& items, Deadline deadline) override;
 

@@ -1,9 +1,9 @@
 #include "linux/filemanager/ThunarWindow.h"
 
-#include "linux/X11Keyboard.h"
 #include "linux/filemanager/Breadcrumbs.h"
 #include "linux/filemanager/ClipboardCopy.h"
 #include "linux/filemanager/ViewSearch.h"
+#include "linux/filemanager/WindowKeys.h"
 
 #include <sys/stat.h>
 
@@ -20,8 +20,6 @@ namespace {
 constexpr xcb_keysym_t kIconsKey = '1';
 constexpr xcb_keysym_t kDetailsKey = '2';
 constexpr xcb_keysym_t kCompactKey = '3';
-/// How long to wait until the user lets go of what is held.
-constexpr auto kReleaseTime = std::chrono::milliseconds(500);
 /// How often a window that answers is asked to copy before there is nothing to copy.
 constexpr int kCopyAttempts = 3;
 /// How long it counts that there was nothing to copy.
@@ -133,14 +131,6 @@ ViewItems ThunarWindow::viewItems(const AccessibleReader& reader, const Accessib
             [this, &reader, table](const auto& rows) { return names(reader, table, rows); }};
 }
 
-bool ThunarWindow::press(const std::vector<xcb_keysym_t>& keys) {
-    const auto display = X11Connection::create();
-    // Whoever holds a key or a button is in the middle of something; the shortcut is let go of soon.
-    return display != nullptr &&
-           comes(std::chrono::steady_clock::now() + kReleaseTime, [&] { return isNothingHeld(*display); }) &&
-           pressKeysIn(*display, m_access.window, keys);
-}
-
 /// What the status bar says without the numbers: with nothing selected, always one of a few sentences.
 std::string ThunarWindow::statusWords(const AccessibleReader& reader) {
     if (!m_statusBar || reader.node(*m_statusBar).role != AccessibleRole::statusBar)
@@ -158,7 +148,9 @@ std::vector<std::string> ThunarWindow::copied(const AccessibleReader& reader) {
     // A window that is about to show another view takes the keys and copies nothing.
     for (int attempt = 0; attempt < kCopyAttempts && !m_wordsOfNothing.contains(words) && !reader.isOver(); ++attempt) {
         bool isPressed = false;
-        auto paths = copiedFiles(m_access.clipboard, [&] { isPressed = press({kControlKey, 'c'}); }, reader.deadline());
+        auto paths = copiedFiles(
+            m_access.clipboard, [&] { isPressed = pressInWindow(m_access.window, {kControlKey, 'c'}); },
+            reader.deadline());
         auto wordsNow = statusWords(reader);
         if (!paths.empty()) {
             m_wordsOfSomething.insert(std::move(wordsNow));
@@ -212,11 +204,11 @@ void ThunarWindow::select(const std::vector<std::string>& items, Deadline deadli
         return;
     }
     if (items.empty()) {
-        (void)press({kEscapeKey});
+        (void)pressInWindow(m_access.window, {kEscapeKey});
         return;
     }
     const auto view = m_pane ? reader.name(*m_pane) : "";
-    if (view.empty() || !press({kControlKey, kDetailsKey}))
+    if (view.empty() || !pressInWindow(m_access.window, {kControlKey, kDetailsKey}))
         return;
     std::optional<AccessibleObject> details;
     (void)comes(reader.deadline(), [&] { return (details = table(reader)).has_value(); });
@@ -226,8 +218,8 @@ void ThunarWindow::select(const std::vector<std::string>& items, Deadline deadli
     const AccessibleReader last(m_access.accessibility, std::chrono::steady_clock::now() + 2 * kViewTime);
     const auto isAway = [&] { return !table(last) && m_pane; };
     const auto isBack = [&] { return isAway() && last.name(*m_pane) == view; };
-    if (press({kControlKey, kIconsKey}) && comes(last.deadline(), isAway) && !isBack() &&
-        press({kControlKey, kCompactKey}))
+    if (pressInWindow(m_access.window, {kControlKey, kIconsKey}) && comes(last.deadline(), isAway) && !isBack() &&
+        pressInWindow(m_access.window, {kControlKey, kCompactKey}))
         (void)comes(last.deadline(), isBack);
 }
 

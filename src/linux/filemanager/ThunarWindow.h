@@ -27,8 +27,6 @@ class ThunarWindow final : public FileManagerWindow {
     [[nodiscard]] std::vector<std::string> names(const AccessibleReader& reader, const AccessibleObject& table,
                                                  const std::vector<std::int32_t>& rows);
     [[nodiscard]] ViewItems viewItems(const AccessibleReader& reader, const AccessibleObject& table);
-    /// Presses keys in the window; false when it is not on the screen.
-    [[nodiscard]] bool press(const std::vector<xcb_keysym_t>& keys);
     [[nodiscard]] std::string statusWords(const AccessibleReader& reader);
     [[nodiscard]] std::vector<std::string> copied(const AccessibleReader& reader);
     void selectRows(const AccessibleReader& reader, const AccessibleObject& table,

@@ -200,6 +200,28 @@ INSTANTIATE_TEST_SUITE_P(Desktop, FileManagersTest, ::testing::ValuesIn(testing:
                              return name;
                          });
 
+/// Nautilus makes only the items near those on the screen.
+TEST(NautilusWindowTest, TellsAPartOfALargeFolder) {
+    if (!testing::hasAllFileManagers())
+        GTEST_SKIP() << "./dev test --all";
+    constexpr int kCount = 1500;
+    testing::TemporaryFolder files;
+    for (int i = 0; i < kCount; ++i)
+        files.file("f" + std::to_string(i) + ".txt");
+    testing::DesktopSession session;
+    ASSERT_TRUE(session.open({"nautilus", "org.gnome.Nautilus"}, files.url()));
+    ASSERT_TRUE(session.selectsAll(kCount));
+    session.press("Home");
+    testing::XDesktop::input({"key", "--repeat", "50", "shift+Page_Down"});
+    std::vector<std::string> selected;
+    EXPECT_TRUE(testing::eventually([&] {
+        selected = session.fileManagers().selection();
+        return selected.size() > 250 && selected.size() < kCount;
+    })) << selected.size();
+    EXPECT_EQ(std::set<std::string>(selected.begin(), selected.end()).size(), selected.size());
+    EXPECT_TRUE(std::ranges::all_of(selected, [](const auto& path) { return FileURL(path).exists(); }));
+}
+
 /// Thunar opens with the icon view, which shows nothing of its items on the accessibility bus.
 TEST(ThunarWindowTest, ReadsItsDetailsViewWithoutTheClipboard) {
     testing::TemporaryFolder files;
