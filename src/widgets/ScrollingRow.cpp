@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cstdlib>
 
 namespace torvo {
@@ -65,6 +66,13 @@ void ScrollingRow::addWidget(QWidget* widget) {
 
 void ScrollingRow::scrollToStart() {
     horizontalScrollBar()->setValue(horizontalScrollBar()->minimum());
+}
+
+void ScrollingRow::settle() {
+    m_row->invalidate();
+    m_row->activate();
+    // The scroll bar follows the size of what it scrolls.
+    widget()->resize(std::max(viewport()->width(), m_row->minimumSize().width()), viewport()->height());
 }
 
 QSize ScrollingRow::sizeHint() const {

@@ -15,6 +15,9 @@ class ScrollingRow final : public QScrollArea {
     /// Appends a widget; the row takes it over.
     void addWidget(QWidget* widget);
     void scrollToStart();
+    /// Gives the widgets the room that they ask for by now. The row does so by itself when its turn of the main loop
+    /// comes.
+    void settle();
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }

@@ -23,6 +23,7 @@ ChipsRow::ChipsRow(std::function<void()> useClipboard, std::function<void(std::s
     column->setContentsMargins({});
     column->addWidget(m_row);
     m_row->addWidget(m_clipboard);
+    m_clipboard->hide();
     QObject::connect(m_clipboard, &QPushButton::clicked, this, std::move(useClipboard));
 }
 
@@ -40,9 +41,9 @@ ChipButton& ChipsRow::chip(std::size_t index) {
 }
 
 void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvailable) {
-    m_clipboard->setVisible(clipboardAvailable);
-    if (chips == m_suggestions)
+    if (chips == m_suggestions && clipboardAvailable != m_clipboard->isHidden())
         return;
+    m_clipboard->setVisible(clipboardAvailable);
     m_suggestions = chips;
     for (std::size_t i = 0; i < chips.size(); ++i) {
         chip(i).setLabel(shownLine(chips[i].title));
@@ -50,6 +51,7 @@ void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvail
     }
     for (std::size_t i = chips.size(); i < m_chips.size(); ++i)
         m_chips[i]->hide();
+    m_row->settle();
     m_row->scrollToStart();
 }
 

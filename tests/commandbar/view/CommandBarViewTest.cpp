@@ -135,6 +135,14 @@ TEST_F(CommandBarViewTest, ChipsComeAndGoWithTheSituation) {
     state.clipboardAvailable = true;
     shown.present(state);
     EXPECT_THAT(shown.buttons(), ElementsAre("Use clipboard", "JPG", "R&&D", "Zip"));
+    // However many there are, and whichever comes: the row scrolls.
+    state.chips.assign(12, {"Resize to 1600 px", "resize"});
+    state.clipboardAvailable = false;
+    shown.present(state);
+    state.clipboardAvailable = true;
+    shown.present(state);
+    for (const auto* chip : shown.seen<QAbstractButton>())
+        EXPECT_EQ(chip->width(), chip->sizeHint().width()) << chip->text().toStdString();
     state.chips = {{"Zip", "zip"}};
     state.clipboardAvailable = false;
     shown.present(state);
