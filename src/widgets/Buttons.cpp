@@ -88,8 +88,9 @@ void AccentButton::paintEvent(QPaintEvent* event) {
         fill = fill.darker(kPressedDarkness);
     else if (underMouse())
         fill = fill.lighter(kHoverLightness);
-    const QRectF outline = QRectF(rect()).adjusted(1, 1, -1, -1);
-    painter.setPen(Qt::NoPen);
+    // As large as the bordered buttons beside it.
+    const QRectF outline = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(QPen(fill.darker(kPressedDarkness), 1));
     painter.setBrush(fill);
     painter.drawRoundedRect(outline, kCornerRadius, kCornerRadius);
     const QColor text = dark ? Qt::black : Qt::white;

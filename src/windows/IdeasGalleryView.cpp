@@ -36,7 +36,7 @@ AdaptiveColumns commonColumns(AdaptiveColumns columns) {
 IdeasGalleryView::IdeasGalleryView(std::function<void(std::string_view input)> onPick, const AdaptiveColumns& columns)
     : m_onPick(std::move(onPick)) {
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(kPadding, kPadding, 0, kPadding);
+    column->setContentsMargins(kPadding, kPadding, 0, 0);
     column->setSpacing(kItemSpacing);
     auto* heading = new QVBoxLayout;
     heading->setContentsMargins(0, 0, kPadding, 0);
@@ -47,7 +47,7 @@ IdeasGalleryView::IdeasGalleryView(std::function<void(std::string_view input)> o
                          "on your current Finder selection."));
     column->addLayout(heading);
     const auto shared = commonColumns(columns);
-    auto* groups = new ScrollColumn(kItemSpacing, {0, 0, kPadding, 0});
+    auto* groups = new ScrollColumn(kItemSpacing, {0, 0, kPadding, kPadding});
     for (const auto& group : IdeasCatalog::groups())
         groups->column().addWidget(makeGroup(group, shared));
     groups->column().addStretch();

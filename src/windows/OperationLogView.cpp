@@ -24,7 +24,7 @@ constexpr int kEmptySymbolSide = 32;
 QWidget* makeEmptyPage() {
     auto* page = new QWidget;
     auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(0, 0, kPadding, 0);
+    column->setContentsMargins(0, 0, kPadding, kPadding);
     column->setSpacing(kEmptySpacing);
     column->addStretch();
     column->addWidget(new SymbolLabel(Symbol::clockArrow, Tone::secondary, kEmptySymbolSide), 0, Qt::AlignHCenter);
@@ -42,7 +42,7 @@ QWidget* makeEmptyPage() {
 
 OperationLogView::OperationLogView(CommandBarService& service) : m_service(service) {
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(kPadding, kPadding, 0, kPadding);
+    column->setContentsMargins(kPadding, kPadding, 0, 0);
     column->setSpacing(kHeaderSpacing);
     auto* header = new QHBoxLayout;
     header->setContentsMargins(0, 0, kPadding, 0);
@@ -54,7 +54,7 @@ OperationLogView::OperationLogView(CommandBarService& service) : m_service(servi
 
     m_pages = new QStackedLayout;
     m_pages->addWidget(makeEmptyPage());
-    m_list = new ScrollColumn(kRowSpacing, {0, 0, kPadding, 0});
+    m_list = new ScrollColumn(kRowSpacing, {0, 0, kPadding, kPadding});
     m_list->column().addStretch();
     m_pages->addWidget(m_list);
     column->addLayout(m_pages, 1);

@@ -88,6 +88,11 @@ TEST(LayoutTest, ScrollBarTakesNothingFromTheItems) {
     QCoreApplication::processEvents();
     ASSERT_TRUE(scroller.verticalScrollBar()->isVisible());
     EXPECT_EQ(item->width(), width);
+    // By no more than what makes it go.
+    scroller.resize(300, 200 + scroller.verticalScrollBar()->maximum());
+    QCoreApplication::processEvents();
+    ASSERT_FALSE(scroller.verticalScrollBar()->isVisible());
+    EXPECT_EQ(item->width(), width) << "when the scroll bar went";
 }
 
 TEST(LayoutTest, TextsOfOthersAreMadeHarmless) {

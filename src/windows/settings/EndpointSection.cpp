@@ -4,6 +4,7 @@
 #include "support/Text.h"
 #include "widgets/Buttons.h"
 #include "widgets/DisplayText.h"
+#include "widgets/FormField.h"
 #include "widgets/ToneLabel.h"
 
 #include <QLabel>
@@ -67,7 +68,7 @@ QLineEdit* EndpointSection::addField(const char* title, std::string LLMEndpoint:
     auto* label = new ToneLabel(QString::fromUtf8(title));
     label->setFixedWidth(kTitleWidth);
     row.addWidget(label);
-    auto* field = new QLineEdit;
+    auto* field = new FormField;
     field->setAccessibleName(QString::fromUtf8(title));
     label->setBuddy(field);
     // However it changes: assistive technology sets a text without editing it.

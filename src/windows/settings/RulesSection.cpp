@@ -3,6 +3,7 @@
 #include "support/Text.h"
 #include "widgets/Buttons.h"
 #include "widgets/DisplayText.h"
+#include "widgets/FormField.h"
 #include "widgets/SymbolLabel.h"
 #include "widgets/TabOrder.h"
 #include "widgets/ToneLabel.h"
@@ -41,13 +42,13 @@ RulesSection::RulesSection(const SettingsServices& services)
 
 void RulesSection::addRuleFields() {
     auto& row = addRow();
-    m_trigger = new QLineEdit;
+    m_trigger = new FormField;
     m_trigger->setFixedWidth(kTriggerWidth);
     m_trigger->setPlaceholderText("trigger");
     m_trigger->setAccessibleName("trigger");
     row.addWidget(m_trigger);
     row.addWidget(new SymbolLabel(Symbol::arrowRight, Tone::tertiary, kArrowSide));
-    m_expansion = new QLineEdit;
+    m_expansion = new FormField;
     m_expansion->setPlaceholderText("expands to…");
     m_expansion->setAccessibleName("expands to…");
     row.addWidget(m_expansion, 1);
