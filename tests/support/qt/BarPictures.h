@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace torvo::screenshots {
+namespace torvo::testing {
 
 /// A situation of the command bar that is worth a look.
 struct BarPicture {
@@ -18,4 +18,4 @@ struct BarPicture {
 
 [[nodiscard]] std::vector<BarPicture> barPictures();
 
-} // namespace torvo::screenshots
+} // namespace torvo::testing

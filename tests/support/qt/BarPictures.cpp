@@ -1,10 +1,10 @@
-#include "screenshots/BarStates.h"
+#include "tests/support/qt/BarPictures.h"
 
 #include <fmt/format.h>
 
 #include <utility>
 
-namespace torvo::screenshots {
+namespace torvo::testing {
 
 namespace {
 
@@ -145,4 +145,4 @@ std::vector<BarPicture> barPictures() {
     return list;
 }
 
-} // namespace torvo::screenshots
+} // namespace torvo::testing
