@@ -62,8 +62,9 @@ void drawBarBackground(QPainter& painter, const QRect& whole, const QRect& expos
                        QPen(color, isTarget ? 2 : 1));
 }
 
-QRegion barMask(const QRect& whole) {
-    return QRegion(continuousRectangle(shapeOf(whole), kCornerRadius).toFillPolygon().toPolygon());
+QRegion barMask(const QRect& whole, double scale) {
+    const auto shape = QTransform::fromScale(scale, scale).map(continuousRectangle(shapeOf(whole), kCornerRadius));
+    return QRegion(shape.toFillPolygon().toPolygon());
 }
 
 } // namespace torvo

@@ -28,7 +28,7 @@ constexpr int kBarMargin = 6;
 void drawBarBackground(QPainter& painter, const QRect& whole, const QRect& exposed, const QPalette& palette,
                        Backdrop backdrop, DropTarget target);
 
-/// The bar's shape, for a window that cannot be blended.
-[[nodiscard]] QRegion barMask(const QRect& whole);
+/// The bar's shape, for a window that cannot be blended, in pixels of which `scale` are as long as one of `whole`.
+[[nodiscard]] QRegion barMask(const QRect& whole, double scale);
 
 } // namespace torvo

@@ -3,6 +3,7 @@
 #include "commandbar/view/BarPresentation.h"
 #include "commandbar/view/CompactBody.h"
 #include "commandbar/view/FullBody.h"
+#include "commandbar/view/WindowShape.h"
 #include "support/FileURLText.h"
 
 #include <QApplication>
@@ -11,6 +12,7 @@
 #include <QMimeData>
 #include <QPaintEvent>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace torvo {
 
@@ -111,10 +113,18 @@ void CommandBarView::fitPanel() {
 }
 
 void CommandBarView::applyMask() {
-    if (m_backdrop == Backdrop::opaque)
-        window()->setMask(barMask(rect()).translated(mapTo(window(), QPoint())));
-    else if (!window()->mask().isEmpty())
-        window()->clearMask();
+    auto& holder = *window();
+    const QRect place(mapTo(&holder, QPoint()), size());
+    if (m_backdrop != Backdrop::opaque) {
+        if (std::exchange(m_cutScale, 0) != 0) {
+            clearWindowShape(holder);
+            holder.clearMask();
+        }
+        return;
+    }
+    m_cutScale = holder.devicePixelRatio();
+    if (!setWindowShape(holder, barMask(place, m_cutScale)))
+        holder.setMask(barMask(place, 1));
 }
 
 bool CommandBarView::event(QEvent* event) {
@@ -125,6 +135,9 @@ bool CommandBarView::event(QEvent* event) {
 }
 
 void CommandBarView::paintEvent(QPaintEvent* event) {
+    // The window may have moved to a monitor with another scale factor.
+    if (m_cutScale != 0 && m_cutScale != window()->devicePixelRatio())
+        applyMask();
     QPainter painter(this);
     drawBarBackground(painter, rect(), event->rect(), palette(), m_backdrop, m_dropTarget);
 }

@@ -57,6 +57,8 @@ class CommandBarView final : public QWidget {
     Panel& m_panel;
     Backdrop m_backdrop;
     DropTarget m_dropTarget = DropTarget::no;
+    /// The scale factor for which the window is cut to the bar's shape; 0 while it is whole.
+    double m_cutScale = 0;
     FullBody* m_full;
     CompactBody* m_compact;
     Subscription m_stateChanges;
