@@ -17,7 +17,7 @@ namespace {
 /// to the edges of letters evens out in them.
 constexpr int kBlock = 4;
 /// How far a block's colour may be off, of 255, in any channel.
-constexpr int kBlockTolerance = 12;
+constexpr int kBlockTolerance = 6;
 /// And the mean over all blocks.
 constexpr double kMeanTolerance = 0.6;
 
