@@ -1,6 +1,7 @@
 // Draws the interface in many states: torvo-screenshots FOLDER writes PNG files, in light and in dark colours, at one
 // and at two device pixels per pixel.
 #include "screenshots/WindowPictures.h"
+#include "tests/support/qt/OffscreenApplication.h"
 #include "tests/support/qt/Pictures.h"
 #include "widgets/Symbol.h"
 

@@ -55,45 +55,35 @@ Difference difference(const QImage& one, const QImage& other) {
 
 } // namespace
 
-class BarPictureTest : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(BarPictureTest, LooksAsItShould) {
-    useFontsOfPictures();
+TEST(BarPictureTest, TheMainStatesLookAsTheyShould) {
     const OffscreenApplication application;
     ASSERT_EQ(QFontInfo(systemFont(12)).family(), "DejaVu Sans") << "another font: the pictures mean nothing";
     ASSERT_EQ(QFontInfo(monospacedFont(12)).family(), "DejaVu Sans Mono");
     QApplication::setCursorFlashTime(0);
     const auto pictures = barPictures();
-    const auto picture = std::ranges::find(pictures, GetParam(), &BarPicture::name);
-    ASSERT_NE(picture, pictures.end());
-    BarPainter painter;
-    for (const auto& [colors, colorsName] : {std::pair(Colors::light, "light"), std::pair(Colors::dark, "dark")}) {
-        const auto now = painter.draw(*picture, colors, 1);
-        const auto name = QStringLiteral("bar-%1-%2.png").arg(GetParam(), colorsName);
-        const auto file = QStringLiteral(TORVO_PICTURES "/") + name;
-        if (std::getenv("TORVO_RENEW_PICTURES") != nullptr) {
-            ASSERT_TRUE(now.save(file)) << file.toStdString();
-        }
-        const QImage expected(file);
-        ASSERT_FALSE(expected.isNull()) << file.toStdString() << " is missing";
-        const auto drawn = ::testing::TempDir() + name.toStdString();
-        const auto off = expected.size() == now.size() ? difference(expected, now) : Difference{255, {}, 255};
-        const bool isAlike = off.largest <= kBlockTolerance && off.mean <= kMeanTolerance;
-        EXPECT_TRUE(isAlike) << name.toStdString() << ": off by " << off.largest << " at " << off.place.x() << ", "
-                             << off.place.y() << ", by " << off.mean << " in the mean; see " << drawn;
-        if (!isAlike) {
+    for (const auto* state : {"compact", "full", "confirm", "destructive", "preview-3", "result-5", "failure-ask"}) {
+        const auto picture = std::ranges::find(pictures, state, &BarPicture::name);
+        ASSERT_NE(picture, pictures.end()) << state;
+        // A view of its own: whether the field shows its caret depends on what was shown before.
+        BarPainter painter;
+        for (const auto& [colors, colorsName] : {std::pair(Colors::light, "light"), std::pair(Colors::dark, "dark")}) {
+            const auto now = painter.draw(*picture, colors, 1);
+            const auto name = QStringLiteral("bar-%1-%2.png").arg(state, colorsName);
+            const auto file = QStringLiteral(TORVO_PICTURES "/") + name;
+            if (std::getenv("TORVO_RENEW_PICTURES") != nullptr) {
+                ASSERT_TRUE(now.save(file)) << file.toStdString();
+            }
+            const QImage expected(file);
+            ASSERT_FALSE(expected.isNull()) << file.toStdString() << " is missing";
+            const auto off = expected.size() == now.size() ? difference(expected, now) : Difference{255, {}, 255};
+            if (off.largest <= kBlockTolerance && off.mean <= kMeanTolerance)
+                continue;
+            const auto drawn = ::testing::TempDir() + name.toStdString();
+            ADD_FAILURE() << name.toStdString() << ": off by " << off.largest << " at " << off.place.x() << ", "
+                          << off.place.y() << ", by " << off.mean << " in the mean; see " << drawn;
             EXPECT_TRUE(now.save(QString::fromStdString(drawn)));
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Bar, BarPictureTest,
-                         ::testing::Values("compact", "full", "confirm", "destructive", "preview-3", "result-5",
-                                           "failure-ask"),
-                         [](const auto& state) {
-                             std::string name(state.param);
-                             std::erase(name, '-');
-                             return name;
-                         });
 
 } // namespace torvo::testing

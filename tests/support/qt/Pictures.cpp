@@ -1,5 +1,7 @@
 #include "tests/support/qt/Pictures.h"
 
+#include "tests/support/qt/OffscreenApplication.h"
+
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QMimeData>

@@ -13,9 +13,6 @@ namespace torvo::testing {
 /// The two kinds of desktop that pictures are drawn for.
 enum class Colors { light, dark };
 
-/// Has Qt find those fonts alone that pictures are drawn with. To be called before there is an application object.
-void useFontsOfPictures();
-
 [[nodiscard]] QPalette paletteFor(Colors colors);
 
 /// A widget and what is in it, on a background, at so many device pixels per pixel.
