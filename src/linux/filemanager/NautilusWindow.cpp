@@ -21,6 +21,8 @@ constexpr const char* kBusName = "org.gnome.Nautilus";
 constexpr std::int32_t kFewItems = 200;
 /// So many items are looked at to tell how the view is sorted.
 constexpr std::int32_t kLooks = 200;
+/// And so many to tell whether it shows the folder.
+constexpr std::int32_t kFitLooks = 12;
 constexpr auto kPause = std::chrono::milliseconds(40);
 
 /// The object of the window on the session bus, as its toolkit notes it on the window.
@@ -161,7 +163,8 @@ std::optional<AccessibleObject> NautilusWindow::view(const AccessibleReader& rea
     const auto fitting = [&] {
         auto views = m_views;
         std::erase_if(views, [&](const AccessibleObject& each) {
-            std::vector<std::int32_t> looked(static_cast<std::size_t>(std::clamp(reader.childCount(each), 0, kLooks)));
+            std::vector<std::int32_t> looked(
+                static_cast<std::size_t>(std::clamp(reader.childCount(each), 0, kFitLooks)));
             std::iota(looked.begin(), looked.end(), 0);
             const auto names = reader.names(reader.childrenAt(reader.childrenAt(each, looked), 0));
             // A cell that is kept for later has no name.
