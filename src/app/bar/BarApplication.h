@@ -9,7 +9,8 @@
 namespace torvo {
 
 /// The application, which can watch over its main thread: how long the handling of an event kept it from the next one.
-/// Time in which the machine ran something else does not count, so that a busy machine accuses nobody.
+/// Time in which the thread waited for a processor does not count; waits for the disk and the X server do, and a busy
+/// machine makes them longer.
 class BarApplication final : public QApplication {
   public:
     BarApplication(int& count, char** values);

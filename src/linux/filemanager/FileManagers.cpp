@@ -24,8 +24,8 @@ constexpr auto kSelectTime = std::chrono::seconds(5);
 /// How long one that did not answer is waited for from then on, until it does.
 constexpr auto kGlance = std::chrono::milliseconds(80);
 
-/// A window has one menu bar and the desktop one clipboard: the programs of Torvo use them in turn. One that keeps the
-/// others from it for too long is not waited for.
+/// A window shows one view at a time and the desktop has one clipboard: the programs of Torvo use them in turn. One
+/// that keeps the others from it for too long is not waited for.
 std::optional<FileLock> turnAmongPrograms() {
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     if (folder == nullptr || folder[0] != '/')
