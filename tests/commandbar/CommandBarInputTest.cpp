@@ -74,6 +74,17 @@ TEST_F(CommandBarInput, WaitsForNoFileManager) {
     EXPECT_THAT(bar.state().contextHint, EndsWith("1 selected"));
 }
 
+TEST_F(CommandBarInput, StaysForWhoeverCallsItWhileItsClockRuns) {
+    bar.select({});
+    bar.service->setAutoAttachEnabled(false);
+    bar.enter("deselect");
+    ASSERT_TRUE(bar.settles());
+    ASSERT_EQ(bar.state().statusKind, StatusKind::success) << bar.state().status;
+    bar.summon();
+    bar.dispatcher->advance(5s);
+    EXPECT_TRUE(bar.window.isVisible());
+}
+
 TEST_F(CommandBarInput, TellsTheFolderAloneWhileTheSelectionCannotBeSeen) {
     (void)bar.files.file("a.txt");
     bar.finder.showsSelection = false;
