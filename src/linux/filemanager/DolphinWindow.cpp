@@ -131,14 +131,25 @@ std::optional<std::string> DolphinWindow::folder(Deadline deadline) {
 }
 
 std::optional<AccessibleObject> DolphinWindow::view(const AccessibleReader& reader) {
-    if (m_view) {
-        // A view says that it shows in a hidden tab, too; what holds it knows better.
-        if (reader.node(*m_view).role == AccessibleRole::table &&
-            reader.node(reader.parent(*m_view)).has(AccessibleState::showing))
-            return m_view;
-    }
-    m_view = findShown(reader, m_access.frame, {AccessibleRole::table});
-    return m_view;
+    // The view does not name what holds it, and says that it shows in a hidden tab, too; what holds it knows better.
+    const auto isHeld = [&] {
+        const auto nodes = reader.nodes({m_view->holder, m_view->items});
+        return nodes[0].has(AccessibleState::showing) && nodes[1].role == AccessibleRole::table;
+    };
+    if (m_view && isHeld())
+        return m_view->items;
+    m_view.reset();
+    (void)reader.find(m_access.frame, [&](const AccessibleNode& node) {
+        if (!node.has(AccessibleState::showing) || node.role == AccessibleRole::menuBar ||
+            node.role == AccessibleRole::scrollBar)
+            return AccessibleReader::Visit::skip;
+        const auto tables = childrenOfRole(reader, node.object, AccessibleRole::table);
+        if (tables.empty())
+            return AccessibleReader::Visit::enter;
+        m_view = View{node.object, tables.front().object};
+        return AccessibleReader::Visit::take;
+    });
+    return m_view ? std::optional(m_view->items) : std::nullopt;
 }
 
 std::vector<std::string> DolphinWindow::selection(Deadline deadline) {

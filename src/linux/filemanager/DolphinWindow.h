@@ -23,10 +23,16 @@ class DolphinWindow final : public FileManagerWindow {
     [[nodiscard]] bool isSplit(Deadline deadline);
     [[nodiscard]] bool isShown(const std::string& folder, Deadline deadline);
 
+    /// The items of a folder, and the part of the window that they are in.
+    struct View {
+        AccessibleObject holder;
+        AccessibleObject items;
+    };
+
     FileManagerAccess m_access;
     std::string m_busName;
     std::string m_object;
-    std::optional<AccessibleObject> m_view;
+    std::optional<View> m_view;
     std::optional<AccessibleObject> m_navigator;
 };
 
