@@ -22,6 +22,11 @@ std::string imageTool() {
     return programFolder().appendingPath("sips").path();
 }
 
+/// The module with the HTTP client, in ../libexec/torvo/ beside the folder of the program.
+std::string httpModule() {
+    return programFolder().deletingLastPathComponent().appendingPath("libexec/torvo/torvo-http.so").path();
+}
+
 std::string_view variable(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::string_view{} : value;
@@ -68,6 +73,7 @@ FileURL commandLogFile() {
 
 Services::Services(std::chrono::milliseconds patience)
     : defaults(SettingsFile::defaultLocation(), {}, patience),
+      session(httpModule()),
       log(commandLogFile(), defaults, diskQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},
       executor(presets, {defaults, session, processes, log, environment}) {}

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "execution/CommandLog.h"
-#include "linux/CurlHttpSession.h"
 #include "linux/LinuxProcessHost.h"
+#include "linux/LoadedHttpSession.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
 #include "planning/CommandExecutor.h"
@@ -33,7 +33,7 @@ struct Services {
 
     LinuxProcessHost processes;
     SettingsFile defaults;
-    CurlHttpSession session;
+    LoadedHttpSession session;
     ThreadQueue diskQueue;
     CommandLog log;
     RunnerEnvironment environment;

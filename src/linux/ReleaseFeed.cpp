@@ -1,11 +1,11 @@
 #include "linux/ReleaseFeed.h"
 
-#include "linux/HttpAddress.h"
 #include "support/Json.h"
 #include "support/Text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <re2/re2.h>
 
 #include <algorithm>
 
@@ -107,8 +107,9 @@ std::expected<Release, std::string> parseReleaseFeed(std::string_view text) {
 }
 
 bool isTrustworthyAddress(const std::string& address) {
-    const auto parsed = HttpAddress::parse(address);
-    return parsed && (parsed->scheme == "https" || parsed->isLoopback());
+    static const RE2 trustworthy(R"((?i)https://[^\x00-\x20\x7f/?#][^\x00-\x20\x7f]*)"
+                                 R"(|http://(localhost|127\.0\.0\.1|\[::1\])(:\d{1,5})?([/?#][^\x00-\x20\x7f]*)?)");
+    return RE2::FullMatch(address, trustworthy);
 }
 
 } // namespace torvo

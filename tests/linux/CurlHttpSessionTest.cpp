@@ -1,6 +1,7 @@
 #include "linux/CurlHttpSession.h"
 
 #include "linux/HttpAddress.h"
+#include "linux/LoadedHttpSession.h"
 #include "tests/support/ModelServer.h"
 
 #include <gmock/gmock.h>
@@ -21,6 +22,7 @@ using ::testing::Gt;
 using ::testing::Lt;
 using testing::ModelServer;
 using testing::ScriptedReply;
+using ::testing::StartsWith;
 using Clock = std::chrono::steady_clock;
 using Result = std::expected<HttpReply, HttpError>;
 
@@ -334,6 +336,18 @@ TEST(CurlHttpSession, UsesTheProxyOfTheEnvironmentButNotForThisMachine) {
     ::unsetenv("http_proxy");
     ASSERT_EQ(proxy.requests().size(), 1u);
     EXPECT_EQ(proxy.requests()[0].path, "http://model.example:8080/v1/models");
+}
+
+TEST(LoadedHttpSession, AsksThroughItsModuleAndSaysWhichOneIsMissing) {
+    ModelServer server;
+    server.queue(ScriptedReply::status(201, "why"));
+    const Result reply =
+        LoadedHttpSession(TORVO_BIN_DIR "/../libexec/torvo/torvo-http.so").perform({.url = server.url()}, {});
+    ASSERT_TRUE(reply) << shown(reply);
+    EXPECT_EQ(reply->body, "why");
+    LoadedHttpSession broken("/nowhere/torvo-http.so");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_THAT(shown(broken.perform({.url = server.url()}, {})), StartsWith("Torvo's network module /nowhere/"));
 }
 
 TEST(HttpAddress, KnowsThisMachineByItsNamesAndNumbers) {

@@ -107,6 +107,16 @@ class FeedUpdaterTest : public ::testing::Test {
     std::unique_ptr<FeedUpdater> updater;
 };
 
+TEST(ReleaseFeed, IsFetchedFromSecureAddressesAndFromThisMachineOnly) {
+    for (const char* address : {"https://example.org/feed.json", "HTTPS://example.org", "http://127.0.0.1:8080/feed",
+                                "http://localhost", "http://[::1]:1/?a"})
+        EXPECT_TRUE(isTrustworthyAddress(address)) << address;
+    for (const char* address : {"", "http://example.org", "https:///x", "https://", "https://a b", "https://a\nb",
+                                "http://localhost.example.org", "http://localhost:1@example.org/", "ftp://localhost",
+                                "http://127.0.0.1.example.org/", " https://example.org", "https:example.org"})
+        EXPECT_FALSE(isTrustworthyAddress(address)) << address;
+}
+
 TEST_F(FeedUpdaterTest, TellsTheUserWhatTheFeedSays) {
     int changes = 0;
     const auto subscription = updater->onChange([&] { ++changes; });
