@@ -115,9 +115,13 @@ bool AccessibleApplication::ask(const AccessibleObject& object, const char* inte
     return isDone != FALSE;
 }
 
+bool AccessibleApplication::press(const Control& control) const {
+    return reader().press(control.node.object);
+}
+
 bool AccessibleApplication::press(std::string_view name, std::optional<AccessibleRole> role) const {
     const auto control = await(name, role);
-    return control && reader().press(control->node.object);
+    return control && press(*control);
 }
 
 bool AccessibleApplication::click(std::string_view name, std::optional<AccessibleRole> role) const {

@@ -43,6 +43,8 @@ class AccessibleApplication {
     /// Waits for a status line or a label whose text has this in it; it is in the test's failure when it does not come.
     [[nodiscard]] bool says(std::string_view text) const;
 
+    /// Does what the control's first action is.
+    [[nodiscard]] bool press(const Control& control) const;
     /// Waits for the control and does what its first action is: a press, a toggle.
     [[nodiscard]] bool press(std::string_view name, std::optional<AccessibleRole> role = {}) const;
     /// Waits for the control and clicks into its middle with the mouse.

@@ -1,6 +1,8 @@
 #include "tests/support/Memory.h"
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -8,8 +10,9 @@ namespace torvo::testing {
 
 namespace {
 
-std::size_t statusBytes(const std::string& field) {
-    std::ifstream file("/proc/self/status");
+/// A field of a file below /proc that has one in each line, in kilobytes.
+std::size_t bytesOf(const std::string& path, const std::string& field) {
+    std::ifstream file(path);
     std::string name;
     for (std::string line; file >> name; std::getline(file, line))
         if (name == field + ":") {
@@ -22,14 +25,26 @@ std::size_t statusBytes(const std::string& field) {
 
 } // namespace
 
+Footprint footprint(std::int32_t pid) {
+    const auto folder = "/proc/" + std::to_string(pid);
+    const auto entries = [&](const char* name) {
+        std::error_code failure;
+        const std::filesystem::directory_iterator listing(folder + name, failure);
+        return static_cast<std::size_t>(std::distance(begin(listing), end(listing)));
+    };
+    return {.memory = bytesOf(folder + "/smaps_rollup", "Private_Dirty"),
+            .descriptors = entries("/fd"),
+            .threads = entries("/task")};
+}
+
 std::size_t residentBytes() {
-    return statusBytes("VmRSS");
+    return bytesOf("/proc/self/status", "VmRSS");
 }
 
 MemoryLimit::MemoryLimit(std::size_t more) {
     ::getrlimit(RLIMIT_DATA, &m_before);
     rlimit limited = m_before;
-    limited.rlim_cur = statusBytes("VmData") + more;
+    limited.rlim_cur = bytesOf("/proc/self/status", "VmData") + more;
     if (::setrlimit(RLIMIT_DATA, &limited) != 0)
         throw std::runtime_error("cannot limit memory");
 }

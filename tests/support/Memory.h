@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace torvo::testing {
 
@@ -12,6 +13,16 @@ constexpr bool kMemoryIsOurOwn = false;
 #else
 constexpr bool kMemoryIsOurOwn = true;
 #endif
+
+/// What a process holds on to.
+struct Footprint {
+    /// Memory that is its own, in bytes.
+    std::size_t memory = 0;
+    std::size_t descriptors = 0;
+    std::size_t threads = 0;
+};
+/// Of a running process of this user.
+[[nodiscard]] Footprint footprint(std::int32_t pid);
 
 /// The bytes of memory that this process occupies now.
 [[nodiscard]] std::size_t residentBytes();

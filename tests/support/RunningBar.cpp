@@ -2,7 +2,9 @@
 
 #include "linux/SettingsFile.h"
 #include "linux/X11Frames.h"
+#include "support/Descriptor.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,13 +18,20 @@ RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_ses
         EXPECT_TRUE(settings.set("onboardingShown", true));
         EXPECT_TRUE(settings.set("commandLoggingEnabled", true));
     }
+    const Descriptor written(::open(errors().path().c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
     m_program = std::make_unique<BackgroundProgram>(TORVO_BIN_DIR "/torvo-bar", std::vector<std::string>{}, -1,
-                                                    std::vector<std::string>{"TORVO_WATCH_TURNS=" + turns().path()});
+                                                    std::vector<std::string>{"TORVO_WATCH_TURNS=" + turns().path()},
+                                                    written.get());
 }
 
 RunningBar::~RunningBar() {
     // Painting waits for the X server, which a busy machine keeps waiting itself; but no other program is waited for.
     EXPECT_LT(longestTurn(), 200) << "the main thread was kept busy: " << readFile(turns());
+    EXPECT_EQ(complaints(), "");
+}
+
+std::string RunningBar::complaints() const {
+    return readFile(errors());
 }
 
 double RunningBar::longestTurn() const {

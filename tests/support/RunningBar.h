@@ -11,7 +11,7 @@ class RunningBar {
   public:
     enum class FirstLaunch { no, yes };
     explicit RunningBar(DesktopSession& session, FirstLaunch firstLaunch = FirstLaunch::no);
-    /// Fails the test when the bar's main thread was kept from its events for long.
+    /// Fails the test when the bar's main thread was kept from its events for long, or it wrote to standard error.
     ~RunningBar();
     RunningBar(const RunningBar&) = delete;
     RunningBar& operator=(const RunningBar&) = delete;
@@ -37,6 +37,8 @@ class RunningBar {
     /// should ask the file manager for anything: it has only one clipboard and one menu bar.
     [[nodiscard]] bool carriesOut(const std::string& command, const std::string& outcome = "completed") const;
 
+    /// What it wrote to standard error.
+    [[nodiscard]] std::string complaints() const;
     /// How long the bar's main thread took for one event at most, in milliseconds.
     [[nodiscard]] double longestTurn() const;
 
@@ -45,6 +47,7 @@ class RunningBar {
 
   private:
     [[nodiscard]] FileURL turns() const { return m_session.home() / "turns"; }
+    [[nodiscard]] FileURL errors() const { return m_session.home() / "errors"; }
 
     DesktopSession& m_session;
     std::unique_ptr<BackgroundProgram> m_program;

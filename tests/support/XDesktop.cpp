@@ -32,9 +32,8 @@ std::string firstLine(int output) {
 } // namespace
 
 BackgroundProgram::BackgroundProgram(const std::string& program, const std::vector<std::string>& arguments, int output,
-                                     const std::vector<std::string>& variables) {
+                                     const std::vector<std::string>& variables, int errors) {
     const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    const int target = output < 0 ? nowhere.get() : output;
     auto environment = ownEnvironment();
     environment.insert(environment.end(), variables.begin(), variables.end());
     // It ends with this process, however that ends.
@@ -43,8 +42,8 @@ BackgroundProgram::BackgroundProgram(const std::string& program, const std::vect
     const auto child = m_host.launch({.executable = "/usr/bin/setpriv",
                                       .arguments = std::move(all),
                                       .environment = std::move(environment),
-                                      .standardOutput = target,
-                                      .standardError = nowhere.get()});
+                                      .standardOutput = output < 0 ? nowhere.get() : output,
+                                      .standardError = errors < 0 ? nowhere.get() : errors});
     EXPECT_TRUE(child.has_value()) << program;
     m_child = child.value_or(-1);
 }

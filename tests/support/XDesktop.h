@@ -17,10 +17,10 @@ namespace torvo::testing {
 /// A program that runs beside the test, and ends with the object, with everything that it started.
 class BackgroundProgram {
   public:
-    /// `program`: a path. `output`: where its standard output goes; -1 for nowhere. It gets this process's
-    /// environment and these variables ("NAME=value").
+    /// `program`: a path. `output`, `errors`: where its standard output and its standard error go; -1 for nowhere. It
+    /// gets this process's environment and these variables ("NAME=value").
     BackgroundProgram(const std::string& program, const std::vector<std::string>& arguments, int output = -1,
-                      const std::vector<std::string>& variables = {});
+                      const std::vector<std::string>& variables = {}, int errors = -1);
     ~BackgroundProgram();
     BackgroundProgram(const BackgroundProgram&) = delete;
     BackgroundProgram& operator=(const BackgroundProgram&) = delete;
