@@ -14,7 +14,7 @@ namespace {
 constexpr int kSmallSize = 11;
 constexpr int kLabelInset = 8;
 constexpr int kButtonPadding = 12;
-constexpr double kCornerRadius = 4;
+constexpr double kCornerRadius = 5;
 /// In percent, as Qt counts them.
 constexpr int kPressedDarkness = 115;
 constexpr int kHoverLightness = 108;

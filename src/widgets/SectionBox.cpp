@@ -13,7 +13,6 @@ namespace {
 constexpr int kTitleSpacing = 6;
 constexpr int kRowSpacing = 10;
 constexpr int kPanelPadding = 12;
-constexpr int kSideSpacing = 8;
 constexpr double kCornerRadius = 8;
 constexpr double kEdgeStrength = 0.14;
 

@@ -20,6 +20,9 @@ class SectionBox : public QWidget {
   public:
     explicit SectionBox(const QString& title);
 
+    /// Between widgets side by side.
+    static constexpr int kSideSpacing = 8;
+
     /// Where the rows go, from top to bottom.
     [[nodiscard]] QVBoxLayout& rows() { return *m_rows; }
     /// Adds a row that holds widgets side by side, and returns its layout.

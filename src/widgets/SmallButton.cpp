@@ -1,5 +1,7 @@
 #include "widgets/SmallButton.h"
 
+#include "widgets/WindowStyle.h"
+
 #include <QPainter>
 
 namespace torvo {
@@ -28,7 +30,6 @@ QColor SmallButton::labelColor() const {
 }
 
 void SmallButton::drawBackground(QPainter& painter, const QRectF& rectangle) const {
-    const auto shape = rectangle.adjusted(0.5, 0.5, -0.5, -0.5);
     if (m_prominent) {
         auto fill = prominentFill(*m_prominent);
         if (!isEnabled())
@@ -42,16 +43,7 @@ void SmallButton::drawBackground(QPainter& painter, const QRectF& rectangle) con
         painter.drawRoundedRect(rectangle, cornerRadius(), cornerRadius());
         return;
     }
-    const auto ink = toneColor(Tone::primary, palette());
-    const auto body = isDark(palette()) ? faded(ink, isDown()       ? 0.24
-                                                     : underMouse() ? 0.19
-                                                                    : 0.14)
-                      : isDown()        ? QColor(0xDD, 0xDD, 0xE0)
-                      : underMouse()    ? QColor(0xF6, 0xF6, 0xF8)
-                                        : QColor(Qt::white);
-    painter.setPen(QPen(faded(ink, isDark(palette()) ? 0.12 : 0.18), 1));
-    painter.setBrush(body);
-    painter.drawRoundedRect(shape, cornerRadius(), cornerRadius());
+    drawButtonBody(painter, rectangle, palette(), isDown() ? Press::down : underMouse() ? Press::hovered : Press::up);
 }
 
 } // namespace torvo

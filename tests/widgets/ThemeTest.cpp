@@ -1,26 +1,12 @@
 #include "widgets/Theme.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/qt/Contrast.h"
 
-#include <algorithm>
-#include <cmath>
+#include <gtest/gtest.h>
 
 namespace torvo {
 
 namespace {
-
-/// WCAG 2.1, "relative luminance".
-double luminance(const QColor& color) {
-    const auto linear = [](double channel) {
-        return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other) {
-    const auto [dark, light] = std::minmax(luminance(one), luminance(other));
-    return (light + 0.05) / (dark + 0.05);
-}
 
 QPalette palette(const QColor& background, const QColor& text) {
     QPalette result;
@@ -39,7 +25,7 @@ TEST(ThemeTest, EveryToneCanBeReadOnLightAndOnDark) {
         EXPECT_EQ(isDark(colors), dark);
         for (const Tone tone : {Tone::primary, Tone::secondary, Tone::tertiary, Tone::accent, Tone::success,
                                 Tone::warning, Tone::failure})
-            EXPECT_GE(contrast(toneColor(tone, colors), colors.color(QPalette::Window)), 4.5)
+            EXPECT_GE(testing::contrast(toneColor(tone, colors), colors.color(QPalette::Window)), 4.5)
                 << static_cast<int>(tone) << (dark ? " dark" : " light");
     }
 }

@@ -4,6 +4,7 @@
 #include "tests/support/qt/OffscreenApplication.h"
 #include "tests/support/qt/Pictures.h"
 #include "widgets/Symbol.h"
+#include "widgets/WindowStyle.h"
 
 #include <QApplication>
 #include <QDir>
@@ -81,7 +82,7 @@ int main(int count, char** arguments) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     torvo::testing::useFontsOfPictures();
     const QApplication application(count, arguments);
-    QApplication::setStyle("Fusion");
+    QApplication::setStyle(new torvo::WindowStyle);
     // A caret that blinks would be in some pictures and not in others.
     QApplication::setCursorFlashTime(0);
     const QDir folder(QString::fromLocal8Bit(arguments[1]));

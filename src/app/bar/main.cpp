@@ -3,6 +3,7 @@
 #include "app/bar/BarApplication.h"
 #include "linux/RemoteControl.h"
 #include "widgets/AccessibleWindow.h"
+#include "widgets/WindowStyle.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -90,6 +91,7 @@ int main(int count, char** values) {
     QApplication::setDesktopFileName("torvo");
     int qtCount = 1;
     torvo::BarApplication application(qtCount, values);
+    QApplication::setStyle(new torvo::WindowStyle);
     if (const char* file = std::getenv("TORVO_WATCH_TURNS"))
         application.watchTurns(file);
     torvo::makeWindowsAccessible();

@@ -14,7 +14,6 @@ class ChipButton final : public LabelButton {
 
   protected:
     void drawBackground(QPainter& painter, const QRectF& rectangle) const override {
-        using Press = ChipButtonStyle::Press;
         ChipButtonStyle::draw(painter, rectangle, palette(),
                               isDown()       ? Press::down
                               : underMouse() ? Press::hovered

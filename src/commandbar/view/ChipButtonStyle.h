@@ -1,5 +1,7 @@
 #pragma once
 
+#include "widgets/WindowStyle.h"
+
 #include <QMargins>
 #include <QPainter>
 #include <QPalette>
@@ -8,8 +10,6 @@ namespace torvo {
 
 /// The look of a suggestion chip: a faint capsule that darkens while it is pressed.
 struct ChipButtonStyle {
-    enum class Press { up, hovered, down };
-
     /// The space around the label.
     static constexpr QMargins kPadding{9, 4, 9, 4};
 

@@ -3,7 +3,6 @@
 #include "commandbar/view/BarPresentation.h"
 #include "widgets/ShownText.h"
 #include "widgets/Symbol.h"
-#include "widgets/ThinScrollBar.h"
 
 #include <QAbstractListModel>
 #include <QPainter>
@@ -129,7 +128,6 @@ PreviewList::PreviewList(QWidget* parent)
     m_list->setFocusPolicy(Qt::TabFocus);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_list->setVerticalScrollBar(new ThinScrollBar);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_list->viewport()->setAutoFillBackground(false);

@@ -2,7 +2,6 @@
 
 #include "commandbar/view/BarPresentation.h"
 #include "widgets/ShownText.h"
-#include "widgets/ThinScrollBar.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -55,7 +54,6 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBar(new ThinScrollBar);
     document()->setDocumentMargin(0);
     viewport()->setAutoFillBackground(false);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);

@@ -70,8 +70,11 @@ QWidget* RulesSection::makeRuleRow(const Rule& rule) {
     auto* box = new QWidget;
     auto* row = new QHBoxLayout(box);
     row->setContentsMargins({});
+    row->setSpacing(kSideSpacing);
     auto* trigger = new ToneLabel(displayText(rule.trigger));
     trigger->setMaximumLines(1);
+    // The arrows stand below each other, and over the one of the fields.
+    trigger->setMinimumWidth(kTriggerWidth);
     trigger->setMaximumWidth(2 * kTriggerWidth);
     row->addWidget(trigger);
     row->addWidget(new SymbolLabel(Symbol::arrowRight, Tone::tertiary, kArrowSide));

@@ -4,6 +4,7 @@
 #include "commandbar/view/ResultPill.h"
 #include "support/FileURLText.h"
 #include "support/Text.h"
+#include "tests/support/qt/Contrast.h"
 #include "tests/support/qt/ShownBar.h"
 
 #include <gmock/gmock.h>
@@ -315,12 +316,6 @@ TEST_F(CommandBarViewTest, WithoutACompositorTheWindowIsCutToTheShapeOfTheBar) {
 }
 
 TEST_F(CommandBarViewTest, WhateverLiesBelowTheBarItsTextsCanBeRead) {
-    const auto luminance = [](const QColor& color) {
-        const auto linear = [](double value) {
-            return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-    };
     const auto blend = [](const QColor& over, const QColor& under) {
         const double share = over.alphaF();
         const auto mix = [&](int a, int b) { return static_cast<int>(std::lround(share * a + (1 - share) * b)); };
@@ -334,8 +329,8 @@ TEST_F(CommandBarViewTest, WhateverLiesBelowTheBarItsTextsCanBeRead) {
             const auto chip = blend(faded(toneColor(Tone::primary, colors), 0.16), bar);
             const auto pill = blend(faded(toneColor(Tone::success, colors), 0.15), bar);
             const auto readable = [&](Tone tone, const QColor& ground) {
-                const auto [low, high] = std::minmax(luminance(toneColor(tone, colors)), luminance(ground));
-                EXPECT_GE((high + 0.05) / (low + 0.05), 4.5) << static_cast<int>(tone) << (dark ? " dark" : " light");
+                EXPECT_GE(testing::contrast(toneColor(tone, colors), ground), 4.5)
+                    << static_cast<int>(tone) << (dark ? " dark" : " light");
             };
             for (const auto tone :
                  {Tone::primary, Tone::secondary, Tone::tertiary, Tone::success, Tone::warning, Tone::failure})

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "widgets/WindowStyle.h"
+
 #include <QApplication>
 #include <QFontDatabase>
 #include <array>
@@ -21,7 +23,7 @@ class OffscreenApplication {
         // Now they are looked for. Programs that the test starts have those of the system.
         (void)QFontDatabase::families();
         ::unsetenv("FONTCONFIG_FILE");
-        QApplication::setStyle("Fusion");
+        QApplication::setStyle(new WindowStyle);
     }
 
   private:
