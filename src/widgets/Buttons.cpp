@@ -1,6 +1,6 @@
 #include "widgets/Buttons.h"
 
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 
 #include <QEvent>
 #include <QStyleOptionButton>
@@ -108,7 +108,7 @@ SymbolButton::SymbolButton(Symbol symbol, Tone tone, const QString& spokenName) 
     setAutoRaise(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(spokenName);
-    setToolTip(literalToolTip(spokenName));
+    setToolTip(plainToolTip(spokenName));
     applyTone();
 }
 

@@ -7,6 +7,13 @@
 
 namespace torvo {
 
+namespace {
+
+/// In characters.
+constexpr std::size_t kLongestParagraph = 500;
+
+} // namespace
+
 QString shownLine(std::string_view bytes) {
     return QString::fromStdString(printableLine(bytes));
 }
@@ -20,6 +27,11 @@ QString shownLines(std::string_view bytes) {
         lines.push_back(printableLine(spaced));
     }
     return QString::fromStdString(joined(lines, "\n"));
+}
+
+QString shownParagraph(std::string_view bytes) {
+    const auto beginning = firstCharacters(bytes, kLongestParagraph);
+    return shownLine(beginning) + (beginning.size() < bytes.size() ? QStringLiteral("…") : QString());
 }
 
 QString plainToolTip(const QString& text) {

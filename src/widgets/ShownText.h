@@ -12,6 +12,10 @@ namespace torvo {
 /// The same for a text of several lines: its line feeds stay, and a tab is four spaces.
 [[nodiscard]] QString shownLines(std::string_view bytes);
 
+/// A text of a user, a file or a program, fit for one paragraph of a window: one line as above, and cut where it is
+/// beyond any reader's patience.
+[[nodiscard]] QString shownParagraph(std::string_view bytes);
+
 /// A tool tip that shows the text as it is, never as markup, wrapped where it is long.
 [[nodiscard]] QString plainToolTip(const QString& text);
 

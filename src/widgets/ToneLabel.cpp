@@ -1,6 +1,6 @@
 #include "widgets/ToneLabel.h"
 
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 
 #include <QEvent>
 #include <QFontMetricsF>
@@ -144,7 +144,7 @@ void ToneLabel::changeEvent(QEvent* event) {
 
 bool ToneLabel::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip && layOut(contentsRect().width()).isTruncated) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), literalToolTip(text()), this);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(text()), this);
         return true;
     }
     return QLabel::event(event);
@@ -156,7 +156,7 @@ StatusCaption::StatusCaption(Tone tone) : ToneLabel({}, TextStyle::caption, tone
 
 void StatusCaption::say(std::string_view status, Tone tone) {
     setTone(tone);
-    setText(displayText(status));
+    setText(shownParagraph(status));
     setVisible(!status.empty());
 }
 

@@ -1,8 +1,8 @@
 #include "windows/IdeasGalleryView.h"
 
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
 #include "widgets/SectionBox.h"
+#include "widgets/ShownText.h"
 #include "widgets/TabOrder.h"
 #include "widgets/ToneLabel.h"
 
@@ -23,7 +23,7 @@ constexpr int kLabelSize = 12;
 AdaptiveColumns commonColumns(AdaptiveColumns columns) {
     for (const auto& group : IdeasCatalog::groups()) {
         for (const auto& idea : group.ideas) {
-            LeadingButton button(displayText(idea.title));
+            LeadingButton button(shownParagraph(idea.title));
             button.setFont(systemFont(kLabelSize));
             columns.minimumWidth = std::max(columns.minimumWidth, button.sizeHint().width());
         }
@@ -60,13 +60,13 @@ QWidget* IdeasGalleryView::makeGroup(const IdeaGroup& group, const AdaptiveColum
     auto* column = new QVBoxLayout(box);
     column->setContentsMargins(0, kGroupPadding, 0, kGroupPadding);
     column->setSpacing(kGroupSpacing);
-    column->addWidget(new ToneLabel(displayText(group.name), TextStyle::headline));
+    column->addWidget(new ToneLabel(shownParagraph(group.name), TextStyle::headline));
     auto* grid = new AdaptiveGrid(columns);
     for (const auto& idea : group.ideas) {
-        auto* button = new LeadingButton(displayText(idea.title));
+        auto* button = new LeadingButton(shownParagraph(idea.title));
         button->setFont(systemFont(kLabelSize));
-        button->setToolTip(displayText(idea.input));
-        button->setAccessibleDescription(displayText(idea.input));
+        button->setToolTip(shownParagraph(idea.input));
+        button->setAccessibleDescription(shownParagraph(idea.input));
         connect(button, &QPushButton::clicked, this, [this, input = idea.input] {
             const auto pick = m_onPick;
             pick(input);

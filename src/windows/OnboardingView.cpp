@@ -2,8 +2,8 @@
 
 #include "desktop/AccessibilityService.h"
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
 #include "widgets/SectionBox.h"
+#include "widgets/ShownText.h"
 #include "widgets/SymbolLabel.h"
 #include "widgets/TabOrder.h"
 #include "widgets/ToneLabel.h"
@@ -83,7 +83,7 @@ QString howToUseText(std::string_view shortcut) {
     return QString("• Press %1 (or click the bar) and type — e.g. %2, %3, %4, %5.<br>"
                    "• Tap a suggestion chip for quick actions on your selection.<br>"
                    "• ↑/↓ recall recent commands. Esc cancels.")
-        .arg(displayText(shortcut).toHtmlEscaped(), code("select all png"), code("jpg"), code("zip"),
+        .arg(shownParagraph(shortcut).toHtmlEscaped(), code("select all png"), code("jpg"), code("zip"),
              code("compress this video"));
 }
 

@@ -1,8 +1,8 @@
 #include "windows/OperationRow.h"
 
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
 #include "widgets/SectionBox.h"
+#include "widgets/ShownText.h"
 #include "widgets/ToneLabel.h"
 
 #include <QDateTime>
@@ -38,11 +38,11 @@ QString operationCaption(const Operation& operation, const QLocale& locale, cons
         // The C locale has no short format of its own.
         time = locale.language() == QLocale::C ? clock.toString("HH:mm") : locale.toString(clock, QLocale::ShortFormat);
     }
-    return displayText(operation.subtitle()) + " · " + time;
+    return shownParagraph(operation.subtitle()) + " · " + time;
 }
 
 OperationRow::OperationRow(const Operation& operation, const Actions& actions) : m_operation(operation.id) {
-    const auto title = displayText(operation.title);
+    const auto title = shownParagraph(operation.title);
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins({});
     auto* panel = new FormPanel;

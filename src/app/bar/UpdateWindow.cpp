@@ -1,7 +1,7 @@
 #include "app/bar/UpdateWindow.h"
 
 #include "support/Overloaded.h"
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 #include "widgets/Theme.h"
 
 #include <QHBoxLayout>
@@ -12,7 +12,7 @@
 namespace torvo {
 
 UpdateText updateText(const UpdateState::Any& state, std::string_view version) {
-    const auto current = QStringLiteral("You have version %1.").arg(displayText(version));
+    const auto current = QStringLiteral("You have version %1.").arg(shownParagraph(version));
     return std::visit(
         Overloaded{
             [&](const UpdateState::NoFeed&) {
@@ -29,14 +29,14 @@ UpdateText updateText(const UpdateState::Any& state, std::string_view version) {
                 return UpdateText{QStringLiteral("Torvo is up to date"), current, ""};
             },
             [&](const UpdateState::Newer& newer) {
-                return UpdateText{QStringLiteral("Torvo %1 is available").arg(displayText(newer.release.version)),
+                return UpdateText{QStringLiteral("Torvo %1 is available").arg(shownParagraph(newer.release.version)),
                                   newer.release.notes.empty() ? current
-                                                              : current + "\n\n" + displayText(newer.release.notes),
+                                                              : current + "\n\n" + shownParagraph(newer.release.notes),
                                   newer.release.url};
             },
             [&](const UpdateState::Failed& failed) {
-                return UpdateText{QStringLiteral("The check did not work"), displayText(failed.reason) + "\n" + current,
-                                  ""};
+                return UpdateText{QStringLiteral("The check did not work"),
+                                  shownParagraph(failed.reason) + "\n" + current, ""};
             }},
         state);
 }

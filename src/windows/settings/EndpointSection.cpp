@@ -3,8 +3,8 @@
 #include "planning/LLMPlanner.h"
 #include "support/Text.h"
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
 #include "widgets/FormField.h"
+#include "widgets/ShownText.h"
 #include "widgets/ToneLabel.h"
 
 #include <QLabel>
@@ -73,7 +73,7 @@ QLineEdit* EndpointSection::addField(const char* title, std::string LLMEndpoint:
     label->setBuddy(field);
     // However it changes: assistive technology sets a text without editing it.
     connect(field, &QLineEdit::textChanged, this, [this, text](const QString& typed) {
-        m_endpoint.*text = storedText(typed);
+        m_endpoint.*text = typed.toStdString();
         store();
     });
     row.addWidget(field, 1);

@@ -1,7 +1,7 @@
 #include "windows/settings/ModelSection.h"
 
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 #include "widgets/SymbolLabel.h"
 #include "widgets/ToneLabel.h"
 
@@ -42,7 +42,7 @@ void ModelSection::showState() {
     const bool isReady = m_offer == ModelOffer::ready;
     m_symbol->setSymbol(isReady ? Symbol::checkmarkCircleFill : Symbol::cpu, isReady ? Tone::success : Tone::secondary);
     m_symbol->setAccessibleName(isReady ? "Ready" : "Not set up");
-    m_status->setText(displayText(m_services.modelSetup.status()));
+    m_status->setText(shownParagraph(m_services.modelSetup.status()));
     m_accept->setVisible(!isReady);
     m_accept->setText(m_offer == ModelOffer::getOllama ? "Get Ollama…" : "Use Recommended Model");
     // A second press would start a second download.

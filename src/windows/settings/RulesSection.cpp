@@ -2,8 +2,8 @@
 
 #include "support/Text.h"
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
 #include "widgets/FormField.h"
+#include "widgets/ShownText.h"
 #include "widgets/SymbolLabel.h"
 #include "widgets/TabOrder.h"
 #include "widgets/ToneLabel.h"
@@ -71,17 +71,17 @@ QWidget* RulesSection::makeRuleRow(const Rule& rule) {
     auto* row = new QHBoxLayout(box);
     row->setContentsMargins({});
     row->setSpacing(kSideSpacing);
-    auto* trigger = new ToneLabel(displayText(rule.trigger));
+    auto* trigger = new ToneLabel(shownParagraph(rule.trigger));
     trigger->setMaximumLines(1);
     // The arrows stand below each other, and over the one of the fields.
     trigger->setMinimumWidth(kTriggerWidth);
     trigger->setMaximumWidth(2 * kTriggerWidth);
     row->addWidget(trigger);
     row->addWidget(new SymbolLabel(Symbol::arrowRight, Tone::tertiary, kArrowSide));
-    auto* expansion = new ToneLabel(displayText(rule.expansion), TextStyle::body, Tone::secondary);
+    auto* expansion = new ToneLabel(shownParagraph(rule.expansion), TextStyle::body, Tone::secondary);
     expansion->setMaximumLines(1);
     row->addWidget(expansion, 1);
-    auto* remover = new SymbolButton(Symbol::trash, Tone::failure, "Remove " + displayText(rule.trigger));
+    auto* remover = new SymbolButton(Symbol::trash, Tone::failure, "Remove " + shownParagraph(rule.trigger));
     connect(remover, &QToolButton::clicked, this, [this, id = rule.id] { remove(id); });
     row->addWidget(remover);
     return box;
@@ -100,11 +100,11 @@ void RulesSection::showRules() {
 }
 
 void RulesSection::updateAdd() {
-    m_add->setEnabled(canAddRule(storedText(m_trigger->text()), storedText(m_expansion->text())));
+    m_add->setEnabled(canAddRule(m_trigger->text().toStdString(), m_expansion->text().toStdString()));
 }
 
 void RulesSection::add() {
-    const auto saved = m_store->add(storedText(m_trigger->text()), storedText(m_expansion->text()));
+    const auto saved = m_store->add(m_trigger->text().toStdString(), m_expansion->text().toStdString());
     // The button is about to be disabled; the next rule begins with its trigger.
     m_trigger->setFocus();
     m_trigger->clear();

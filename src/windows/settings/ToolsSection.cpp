@@ -1,7 +1,7 @@
 #include "windows/settings/ToolsSection.h"
 
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 #include "widgets/SymbolLabel.h"
 #include "widgets/ToneLabel.h"
 
@@ -43,10 +43,10 @@ void ToolsSection::addTool(const ToolHealth& tool) {
     row->addWidget(symbol);
     auto* texts = new QVBoxLayout;
     texts->setSpacing(kTextSpacing);
-    auto* name = new ToneLabel(displayText(tool.name));
+    auto* name = new ToneLabel(shownParagraph(tool.name));
     name->setFont(monospacedFont(styleFont(TextStyle::body).pixelSize()));
     texts->addWidget(name);
-    texts->addWidget(new CaptionLabel(displayText(tool.purpose)));
+    texts->addWidget(new CaptionLabel(shownParagraph(tool.purpose)));
     row->addLayout(texts, 1);
     auto* state = new CaptionLabel({});
     state->setMaximumLines(1);

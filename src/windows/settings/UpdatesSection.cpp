@@ -1,7 +1,7 @@
 #include "windows/settings/UpdatesSection.h"
 
 #include "widgets/Buttons.h"
-#include "widgets/DisplayText.h"
+#include "widgets/ShownText.h"
 #include "widgets/ToneLabel.h"
 
 #include <QCheckBox>
@@ -77,7 +77,8 @@ void UpdatesSection::addShortcutEditor() {
     m_key->addItem("Space", "space");
     for (char letter = 'a'; letter <= 'z'; ++letter)
         m_key->addItem(QString(QLatin1Char(letter)).toUpper(), QString(QLatin1Char(letter)));
-    connect(m_key, &QComboBox::activated, this, [this] { m_draft.key = storedText(m_key->currentData().toString()); });
+    connect(m_key, &QComboBox::activated, this,
+            [this] { m_draft.key = m_key->currentData().toString().toStdString(); });
     row.addWidget(m_key);
     row.addStretch();
     auto* apply = makeButton("Apply");
@@ -94,7 +95,7 @@ void UpdatesSection::appear() {
 void UpdatesSection::showDraft() {
     for (const auto& [button, flag] : m_modifiers)
         button->setChecked(m_draft.*flag);
-    m_key->setCurrentIndex(std::max(0, m_key->findData(displayText(m_draft.key))));
+    m_key->setCurrentIndex(std::max(0, m_key->findData(shownParagraph(m_draft.key))));
 }
 
 void UpdatesSection::showStatus() {
