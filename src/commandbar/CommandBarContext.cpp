@@ -90,7 +90,7 @@ void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
         else
             detach();
     }
-    m_dismissal.reset();
+    stay();
     m_droppedSelection = files;
     selectInFinder(files);
     refreshContext(Reading::byLooking);

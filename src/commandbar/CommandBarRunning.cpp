@@ -4,6 +4,7 @@
 #include "commandbar/RunBeside.h"
 #include "desktop/Notifier.h"
 #include "desktop/SettingsStore.h"
+#include "execution/Revert.h"
 #include "model/CommandSafety.h"
 #include "support/Overloaded.h"
 
@@ -23,7 +24,8 @@ constexpr auto kWithOutputs = 7000ms;
 
 } // namespace
 
-void CommandBarService::dispatch(const Action& action, const FinderContext& context, Consent consent) {
+void CommandBarService::dispatch(const Action& action, const FinderContext& context, Consent consent,
+                                 std::vector<PreviewRow> rows) {
     if (const auto* shell = std::get_if<Shell>(&action); shell != nullptr && consent == Consent::none) {
         if (shell->preview || SettingsStore::dryRunPreview(m_services.defaults)) {
             startPreview(*shell, context);
@@ -37,12 +39,12 @@ void CommandBarService::dispatch(const Action& action, const FinderContext& cont
             [&runner = m_services.runner, spec = select->spec, context] { return runner.runSelect(spec, context); },
             [this, action, context](const RunOutcome& outcome) { handle(outcome, action, context); });
     else
-        beginRunning(action, context, consent);
+        beginRunning(action, context, consent, std::move(rows));
 }
 
 void CommandBarService::awaitConfirmation(PendingAction pending, std::string prompt) {
     // The clock that an earlier success set must not take the question away.
-    m_dismissal.reset();
+    stay();
     m_state.pending = std::move(pending);
     show(std::move(prompt), m_state.pendingIsDestructive() ? StatusKind::failure : StatusKind::confirm);
 }
@@ -58,7 +60,7 @@ void CommandBarService::startPreview(const Shell& shell, const FinderContext& co
         showFilesInstead(shell, context, "\nPreview unavailable; review the exact command.");
         return;
     }
-    m_dismissal.reset();
+    stay();
     beginToken();
     m_state.pending.reset();
     m_state.isRunning = true;
@@ -80,7 +82,6 @@ void CommandBarService::finishPreview(const Shell& shell, const FinderContext& c
         showFilesInstead(shell, context, "\nPreview unavailable; review the exact command.");
     } else {
         m_state.pending.reset();
-        m_lastRunRenameRows.clear();
         showFailure(std::move(preview.error().message));
         logOutcome("preview-failed", m_lastError);
     }
@@ -96,29 +97,28 @@ void CommandBarService::showFilesInstead(const Shell& shell, const FinderContext
 }
 
 void CommandBarService::confirmPending() {
-    if (!m_state.pending)
+    if (!m_state.pending || isBusy())
         return;
     const Turn turn(*this);
-    const auto pending = std::move(*m_state.pending);
+    auto pending = std::move(*m_state.pending);
     m_state.pending.reset();
-    m_lastRunRenameRows = pending.rows;
     logOutcome("confirmed");
-    dispatch(pending.action, pending.context, Consent::given);
+    dispatch(pending.action, pending.context, Consent::given, std::move(pending.rows));
 }
 
 // Running
 
-void CommandBarService::beginRunning(const Action& action, const FinderContext& context, Consent consent) {
-    m_dismissal.reset();
+void CommandBarService::beginRunning(const Action& action, const FinderContext& context, Consent consent,
+                                     std::vector<PreviewRow> rows) {
+    stay();
     beginToken();
-    m_lastRunInputs = context.selection;
     m_state.pending.reset();
     m_state.isRunning = true;
     m_state.progress = OperationProgress{"Running…", std::nullopt, std::nullopt};
     show(progressLine(*m_state.progress), StatusKind::info);
     runBeside(
         [this, onMain = onMainWhileCurrent(), &runner = m_services.runner, action, context, consent,
-         stop = m_runs.get_token()] {
+         rows = std::move(rows), stop = m_runs.get_token()] {
             const auto report = [&](const OperationProgress& progress) {
                 onMain([this, progress] {
                     if (!m_state.isRunning)
@@ -127,20 +127,20 @@ void CommandBarService::beginRunning(const Action& action, const FinderContext& 
                     show(progressLine(progress), StatusKind::info);
                 });
             };
-            return runner.execute(action, context, report, consent, stop);
+            auto outcome = runner.execute(action, context, report, consent, stop);
+            return std::pair(std::move(outcome), effectiveRenames(rows));
         },
-        [this, action, context](const RunOutcome& outcome) {
+        [this, action, context](std::pair<RunOutcome, std::vector<Operation::Rename>> done) {
             m_state.isRunning = false;
             m_state.progress.reset();
-            handle(outcome, action, context);
+            handle(done.first, action, context, std::move(done.second));
         });
 }
 
-void CommandBarService::handle(const RunOutcome& outcome, const Action& action, const FinderContext& context) {
+void CommandBarService::handle(const RunOutcome& outcome, const Action& action, const FinderContext& context,
+                               std::vector<Operation::Rename> renames) {
     // Set by an undo while this ran.
-    m_dismissal.reset();
-    if (!std::holds_alternative<Completed>(outcome) && !std::holds_alternative<NeedsConfirmation>(outcome))
-        m_lastRunRenameRows.clear();
+    stay();
     std::visit(Overloaded{
                    [&](const SelectedCount& selected) {
                        logOutcome("selected", std::to_string(selected.count));
@@ -149,7 +149,7 @@ void CommandBarService::handle(const RunOutcome& outcome, const Action& action, 
                    },
                    [&](const Completed& completed) {
                        logOutcome("completed", completed.message);
-                       handleCompleted(completed, action);
+                       handleCompleted(completed, action, context, std::move(renames));
                    },
                    [&](const NeedsConfirmation& needed) { awaitConfirmation({action, context, {}}, needed.prompt); },
                    [&](const Noop& noop) {
@@ -164,10 +164,11 @@ void CommandBarService::handle(const RunOutcome& outcome, const Action& action, 
                outcome);
 }
 
-void CommandBarService::handleCompleted(const Completed& completed, const Action& action) {
+void CommandBarService::handleCompleted(const Completed& completed, const Action& action, const FinderContext& context,
+                                        std::vector<Operation::Rename> renames) {
     show(completed.message, StatusKind::success);
     m_state.resultOutputs = completed.outputs;
-    recordOperation(action, completed.message, completed.outputs);
+    recordOperation(action, context, completed, std::move(renames));
     notifyIfBackgrounded(completed.message);
     scheduleDismiss(completed.outputs.empty() ? kBriefly : kWithOutputs);
 }
@@ -184,7 +185,7 @@ void CommandBarService::cancel() {
         dismiss();
         return;
     }
-    m_dismissal.reset();
+    stay();
     if (m_state.isRunning) {
         m_runs.request_stop();
         m_runs = {};
@@ -195,7 +196,6 @@ void CommandBarService::cancel() {
         m_state.pending.reset();
         logOutcome("cancelled-at-confirm");
     }
-    m_lastRunRenameRows.clear();
     show("Cancelled", StatusKind::info);
 }
 

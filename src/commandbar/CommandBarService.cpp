@@ -30,6 +30,7 @@ CommandBarService::CommandBarService(CommandBarServices services)
 
 CommandBarService::~CommandBarService() {
     m_services.panel.onKeyChange({});
+    finishUndos();
     m_modelRequest.request_stop();
     m_runs.request_stop();
     ++*m_contextReads;
@@ -42,7 +43,7 @@ void CommandBarService::inputChanged(std::string text) {
     m_state.text = std::move(text);
     m_historyIndex = -1;
     // Whoever types on wants the bar to stay.
-    m_dismissal.reset();
+    stay();
     m_state.pending.reset();
     m_state.resultOutputs.clear();
     m_state.canAskAIToFix = false;
@@ -65,7 +66,7 @@ void CommandBarService::historyDown() {
 
 void CommandBarService::browseHistory(int index) {
     const Turn turn(*this);
-    m_dismissal.reset();
+    stay();
     m_historyIndex = index;
     m_state.text = index == -1 ? m_stashedInput : m_history[static_cast<std::size_t>(index)];
     ++m_state.focusTrigger;
@@ -104,7 +105,7 @@ void CommandBarService::submit(std::string text) {
 
 void CommandBarService::submit() {
     const Turn turn(*this);
-    if (m_state.isRunning)
+    if (isBusy())
         return;
     if (m_state.awaitingConfirm()) {
         if (!m_state.pendingIsDestructive())
@@ -112,11 +113,10 @@ void CommandBarService::submit() {
         return;
     }
     beginToken();
-    m_dismissal.reset();
+    stay();
     m_historyIndex = -1;
     m_state.resultOutputs.clear();
     m_state.canAskAIToFix = false;
-    m_lastRunRenameRows.clear();
     const std::string input(trimmed(m_state.text, TextTrim::spaces));
     if (input.empty()) {
         dismiss();
@@ -165,12 +165,12 @@ void CommandBarService::finishLLMPlan(const std::expected<Action, LLMPlanError>&
 }
 
 void CommandBarService::askAIToFix() {
-    if (m_lastInput.empty() || m_state.isRunning)
+    if (m_lastInput.empty() || isBusy())
         return;
     const Turn turn(*this);
     m_state.canAskAIToFix = false;
     beginToken();
-    m_dismissal.reset();
+    stay();
     m_state.pending.reset();
     const auto prompt = PlanningPrompt::repairRequest(m_lastInput, m_lastError);
     logModelPlan("llm-fix", prompt, m_lastContext);
@@ -211,7 +211,7 @@ void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
 void CommandBarService::toggle() {
     const Turn turn(*this);
     // Whoever calls the bar wants it to stay.
-    m_dismissal.reset();
+    stay();
     if (m_services.panel.isVisible())
         m_services.panel.makeKey();
     else if (m_services.workspace.frontmostApplication() == kFinderIdentifier)
@@ -274,14 +274,13 @@ void CommandBarService::setAutoAttachEnabled(bool isEnabled) {
 }
 
 void CommandBarService::abandonWork() {
-    m_dismissal.reset();
+    stay();
     beginToken();
     m_state.pending.reset();
     m_state.isRunning = false;
     m_state.progress.reset();
     m_state.resultOutputs.clear();
     m_droppedSelection.reset();
-    m_lastRunRenameRows.clear();
 }
 
 void CommandBarService::resetState() {
@@ -309,10 +308,15 @@ void CommandBarService::dismiss() {
     }
 }
 
+void CommandBarService::stay() {
+    m_dismissal.reset();
+    m_undoDismisses = false;
+}
+
 void CommandBarService::scheduleDismiss(std::chrono::milliseconds delay) {
     m_dismissal = m_services.dispatcher.runAfter(delay, [this] {
         // An undo may have set the clock while something runs.
-        if (m_state.isRunning)
+        if (isBusy())
             return;
         const Turn turn(*this);
         const auto fired = std::move(m_dismissal);
@@ -326,7 +330,7 @@ void CommandBarService::show(std::string text, StatusKind kind) {
 }
 
 void CommandBarService::showFailure(std::string message) {
-    m_dismissal.reset();
+    stay();
     m_lastError = message;
     m_state.canAskAIToFix = !m_lastInput.empty();
     show(std::move(message), StatusKind::failure);

@@ -8,6 +8,7 @@
 #include "execution/HistoryStore.h"
 #include "execution/OperationStore.h"
 #include "execution/RenamePreview.h"
+#include "execution/Revert.h"
 #include "planning/RawPlan.h"
 #include "platform/Dispatcher.h"
 #include "platform/DistributedNotifications.h"
@@ -69,7 +70,7 @@ class CommandBarService {
   public:
     /// Loads the activity list and the history.
     explicit CommandBarService(CommandBarServices services);
-    /// Asks what still runs to stop; its results are dropped.
+    /// Asks what still runs to stop; its results are dropped. An undo that is under way is finished first.
     ~CommandBarService();
     CommandBarService(const CommandBarService&) = delete;
     CommandBarService& operator=(const CommandBarService&) = delete;
@@ -113,10 +114,13 @@ class CommandBarService {
     /// Has the model try again, told what went wrong.
     void askAIToFix();
 
+    /// Undoes an operation, beside the main thread. Does nothing while that is under way.
     void undo(const UUID& operation);
     /// Undoes the run whose files are shown.
     void undoLast();
     void rerun(const UUID& operation);
+    /// Has the state say which operations can be undone, as their files are now.
+    void lookAtOperations();
     /// Shows the files of the last run in the file manager.
     void revealLast();
     void clearLog();
@@ -155,12 +159,16 @@ class CommandBarService {
     /// Changes what is stored of the history, and takes over what came of it.
     void changeStoredHistory(std::function<void(HistoryStore& history)> change);
     void saveOperations();
+    /// Whether a command or an undo is at the files.
+    [[nodiscard]] bool isBusy() const { return m_state.isRunning || !m_undos.empty(); }
     void resetState();
     /// What resetting, hiding and their like have in common: whatever is under way no longer concerns the bar.
     void abandonWork();
     /// Empties the docked bar and gives the file manager the keyboard, or hides the bar.
     void dismiss();
     void scheduleDismiss(std::chrono::milliseconds delay);
+    /// The bar is wanted: no clock dismisses it.
+    void stay();
 
     void show(std::string text, StatusKind kind);
     void showFailure(std::string message);
@@ -187,21 +195,35 @@ class CommandBarService {
     void startLLMPlan(const std::string& text, const FinderContext& context);
     void finishLLMPlan(const std::expected<Action, LLMPlanError>& answer, const FinderContext& context,
                        const std::string& baseURL);
-    void dispatch(const Action& action, const FinderContext& context, Consent consent);
+    /// `rows`: the renames that the user saw and confirmed.
+    void dispatch(const Action& action, const FinderContext& context, Consent consent,
+                  std::vector<PreviewRow> rows = {});
     void startPreview(const Shell& shell, const FinderContext& context);
     void finishPreview(const Shell& shell, const FinderContext& context,
                        std::expected<std::vector<PreviewRow>, PreviewFailure> preview);
     /// Lists the files that the command will touch instead of a preview.
     void showFilesInstead(const Shell& shell, const FinderContext& context, std::string_view reason);
     void awaitConfirmation(PendingAction pending, std::string prompt);
-    void beginRunning(const Action& action, const FinderContext& context, Consent consent);
-    void handle(const RunOutcome& outcome, const Action& action, const FinderContext& context);
-    void handleCompleted(const Completed& completed, const Action& action);
+    void beginRunning(const Action& action, const FinderContext& context, Consent consent,
+                      std::vector<PreviewRow> rows);
+    void handle(const RunOutcome& outcome, const Action& action, const FinderContext& context,
+                std::vector<Operation::Rename> renames = {});
+    void handleCompleted(const Completed& completed, const Action& action, const FinderContext& context,
+                         std::vector<Operation::Rename> renames);
     void notifyIfBackgrounded(std::string_view message);
 
-    void recordOperation(const Action& action, const std::string& title, const std::vector<FileURL>& outputs);
-    /// The error is the line to show; the files that could be put back were.
-    [[nodiscard]] std::expected<void, std::string> revert(const Operation& operation);
+    void recordOperation(const Action& action, const FinderContext& context, const Completed& completed,
+                         std::vector<Operation::Rename> renames);
+    struct Undo {
+        Operation operation;
+        /// Set on the disk's queue.
+        std::optional<std::expected<Reverted, std::string>> outcome;
+    };
+    void showUndoing();
+    void finishUndo(const std::shared_ptr<Undo>& undo);
+    void markUndone(const UUID& operation);
+    /// Waits for the undos that are under way.
+    void finishUndos();
 
     CommandBarServices m_services;
     CommandBarState m_state;
@@ -238,11 +260,13 @@ class CommandBarService {
     FinderContext m_lastContext;
     std::string m_lastError;
     std::optional<UUID> m_currentLogID;
-    std::vector<FileURL> m_lastRunInputs;
-    /// The rows that the user saw when confirming the last run.
-    std::vector<PreviewRow> m_lastRunRenameRows;
     /// The record of the last run.
     std::optional<UUID> m_lastOperationID;
+    /// Those under way, in the order of their end.
+    std::vector<std::shared_ptr<Undo>> m_undos;
+    std::unique_ptr<ScheduledTask> m_undoNotice;
+    /// Whether the bar may go when an undo has ended; it stays for whoever did something with it since.
+    bool m_undoDismisses = false;
 };
 
 } // namespace torvo

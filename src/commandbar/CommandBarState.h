@@ -45,6 +45,10 @@ struct CommandBarState {
     bool isKeyWindow = false;
     /// The activity list, newest first.
     std::vector<Operation> operations;
+    /// Those that could be undone when their files were last looked at.
+    std::vector<UUID> undoable;
+    /// Those whose undoing takes its time.
+    std::vector<UUID> undoing;
     bool clipboardAvailable = false;
     bool autoAttachEnabled = true;
 

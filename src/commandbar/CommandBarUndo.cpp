@@ -1,7 +1,7 @@
 // What was done, undoing it, and doing it again.
 #include "commandbar/CommandBarService.h"
 #include "commandbar/RunBeside.h"
-#include "execution/FileMove.h"
+#include "execution/Revert.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,24 +15,14 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kUndoneShown = 1400ms;
+/// An undo that takes longer is shown while it is under way.
+constexpr auto kUnnoticed = 300ms;
+constexpr const char* kUndoing = "Undoing…";
 
 /// Seconds since 2001-01-01 00:00:00 UTC.
 double referenceSeconds(std::chrono::system_clock::time_point time) {
     constexpr double kReferenceDate = 978'307'200;
     return std::chrono::duration<double>(time.time_since_epoch()).count() - kReferenceDate;
-}
-
-/// The renames among the confirmed rows that really happened.
-std::vector<Operation::Rename> effectiveRenames(const std::vector<PreviewRow>& rows) {
-    std::vector<Operation::Rename> renames;
-    for (const auto& row : rows) {
-        if (!row.to)
-            continue;
-        Operation::Rename rename{FileURL(row.from).standardized(), FileURL(*row.to).standardized()};
-        if (!rename.from.isOccupied() && rename.to.isOccupied())
-            renames.push_back(std::move(rename));
-    }
-    return renames;
 }
 
 auto find(std::vector<Operation>& operations, const UUID& id) {
@@ -41,15 +31,13 @@ auto find(std::vector<Operation>& operations, const UUID& id) {
 
 } // namespace
 
-void CommandBarService::recordOperation(const Action& action, const std::string& title,
-                                        const std::vector<FileURL>& outputs) {
-    auto renames = effectiveRenames(m_lastRunRenameRows);
-    m_lastRunRenameRows.clear();
-    if (outputs.empty() && renames.empty())
+void CommandBarService::recordOperation(const Action& action, const FinderContext& context, const Completed& completed,
+                                        std::vector<Operation::Rename> renames) {
+    if (completed.outputs.empty() && renames.empty())
         return;
     m_state.operations.insert(m_state.operations.begin(),
-                              Operation{UUID::random(), referenceSeconds(m_services.now()), title, action,
-                                        m_lastRunInputs, outputs, std::move(renames), false});
+                              Operation{UUID::random(), referenceSeconds(m_services.now()), completed.message, action,
+                                        context.selection, completed.outputs, std::move(renames), false});
     if (m_state.operations.size() > kMaximumOperations)
         m_state.operations.resize(kMaximumOperations);
     m_lastOperationID = m_state.operations.front().id;
@@ -60,49 +48,90 @@ void CommandBarService::saveOperations() {
     m_services.diskQueue.async([store = m_services.store, operations = m_state.operations] { store.save(operations); });
 }
 
-std::expected<void, std::string> CommandBarService::revert(const Operation& operation) {
-    for (const auto& [from, to] : operation.renameMap) {
-        if (!to.isOccupied() || from.isOccupied())
-            return std::unexpected("Can't undo: files changed since this operation");
-    }
-    for (const auto& [from, to] : operation.renameMap | std::views::reverse) {
-        if (const auto moved = moveFile(to, from); !moved)
-            return std::unexpected("Undo failed: " + moved.error());
-    }
-    if (!operation.renameMap.empty()) {
-        std::vector<FileURL> restored;
-        std::ranges::transform(operation.renameMap, std::back_inserter(restored), &Operation::Rename::from);
-        selectInFinder(std::move(restored));
-        return {};
-    }
-    for (const auto& output : operation.outputs) {
-        if (!output.isOccupied())
-            continue;
-        if (const auto trashed = m_services.trash.moveToTrash(output); !trashed)
-            return std::unexpected("Undo failed: " + trashed.error());
-    }
-    return {};
-}
-
 void CommandBarService::undo(const UUID& id) {
     const auto operation = find(m_state.operations, id);
-    if (operation == m_state.operations.end() || !operation->canUndo())
+    const bool isUnderWay = std::ranges::any_of(m_undos, [&](const auto& undo) { return undo->operation.id == id; });
+    if (operation == m_state.operations.end() || operation->undone || isUnderWay)
         return;
+    const auto undo = m_undos.emplace_back(std::make_shared<Undo>(Undo{*operation, {}}));
+    m_undoDismisses = true;
+    m_services.diskQueue.async([this, undo, &trash = m_services.trash, onMain = onMain()] {
+        undo->outcome = revert(undo->operation, trash);
+        onMain([this, undo] { finishUndo(undo); });
+    });
+    m_undoNotice = m_services.dispatcher.runAfter(kUnnoticed, [this] { showUndoing(); });
+}
+
+void CommandBarService::showUndoing() {
     const Turn turn(*this);
-    // What is said now takes the place of a question, so the question goes.
+    m_state.undoing.clear();
+    for (const auto& undo : m_undos)
+        m_state.undoing.push_back(undo->operation.id);
+    m_dismissal.reset();
     m_state.pending.reset();
-    if (const auto reverted = revert(*operation); !reverted) {
-        show(reverted.error(), StatusKind::failure);
+    if (!m_state.isRunning)
+        show(kUndoing, StatusKind::info);
+}
+
+void CommandBarService::finishUndo(const std::shared_ptr<Undo>& undo) {
+    std::erase(m_undos, undo);
+    std::erase(m_state.undoing, undo->operation.id);
+    if (m_undos.empty())
+        m_undoNotice.reset();
+    const auto& outcome = *undo->outcome;
+    if (outcome == Reverted::nothingToUndo) {
+        if (m_state.status == kUndoing)
+            show("", StatusKind::hint);
         return;
     }
-    operation->undone = true;
-    saveOperations();
+    // What is said now takes the place of a question, so the question goes.
+    m_state.pending.reset();
+    if (!outcome) {
+        show(outcome.error(), StatusKind::failure);
+        return;
+    }
+    markUndone(undo->operation.id);
+    std::vector<FileURL> restored;
+    std::ranges::transform(undo->operation.renameMap, std::back_inserter(restored), &Operation::Rename::from);
+    if (!restored.empty())
+        selectInFinder(std::move(restored));
+    show("Undid " + undo->operation.title, StatusKind::info);
+    if (m_undoDismisses && m_undos.empty())
+        scheduleDismiss(kUndoneShown);
+}
+
+void CommandBarService::markUndone(const UUID& id) {
+    if (const auto operation = find(m_state.operations, id); operation != m_state.operations.end()) {
+        operation->undone = true;
+        saveOperations();
+    }
     if (m_lastOperationID == id) {
         m_state.resultOutputs.clear();
         m_lastOperationID.reset();
     }
-    show("Undid " + operation->title, StatusKind::info);
-    scheduleDismiss(kUndoneShown);
+}
+
+void CommandBarService::finishUndos() {
+    if (m_undos.empty())
+        return;
+    m_services.diskQueue.sync([] {});
+    for (const auto& undo : m_undos) {
+        if (*undo->outcome == Reverted::yes)
+            markUndone(undo->operation.id);
+    }
+}
+
+void CommandBarService::lookAtOperations() {
+    const auto look = [operations = m_state.operations] {
+        std::vector<UUID> undoable;
+        for (const auto& operation : operations) {
+            if (operation.canUndo())
+                undoable.push_back(operation.id);
+        }
+        return undoable;
+    };
+    m_services.diskQueue.async(
+        handingOver(look, [this](std::vector<UUID> undoable) { m_state.undoable = std::move(undoable); }, onMain()));
 }
 
 void CommandBarService::undoLast() {
@@ -112,11 +141,11 @@ void CommandBarService::undoLast() {
 
 void CommandBarService::rerun(const UUID& id) {
     const auto operation = find(m_state.operations, id);
-    if (operation == m_state.operations.end() || m_state.isRunning)
+    if (operation == m_state.operations.end() || isBusy())
         return;
     const Turn turn(*this);
     beginToken();
-    m_dismissal.reset();
+    stay();
     m_state.pending.reset();
     m_state.resultOutputs.clear();
     m_state.canAskAIToFix = false;

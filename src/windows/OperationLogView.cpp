@@ -83,8 +83,12 @@ OperationLogView::Seen OperationLogView::look() const {
 }
 
 void OperationLogView::changed() {
-    if (isVisible() && look() != m_seen)
+    if (!isVisible())
+        return;
+    if (look() != m_seen)
         refresh();
+    else
+        showOffers();
 }
 
 OperationRow* OperationLogView::takeRow(const UUID& operation) {
@@ -98,11 +102,12 @@ OperationRow* OperationLogView::takeRow(const UUID& operation) {
 
 void OperationLogView::refresh() {
     m_seen = look();
+    m_service.lookAtOperations();
     const auto& operations = m_service.state().operations;
     const OperationRow::Actions actions{[this](const UUID& id) {
                                             m_service.undo(id);
-                                            // Also where it was refused, for the files are not what they were.
-                                            refresh();
+                                            // Also where it is refused, for the files are not what they were.
+                                            m_service.lookAtOperations();
                                         },
                                         [this](const UUID& id) { m_service.rerun(id); }};
     std::vector<OperationRow*> rows;
@@ -110,9 +115,7 @@ void OperationLogView::refresh() {
     for (const auto& operation : operations) {
         const auto index = static_cast<int>(rows.size());
         auto* row = takeRow(operation.id);
-        if (row != nullptr)
-            row->setOffer(undoOffer(operation));
-        else
+        if (row == nullptr)
             row = new OperationRow(operation, actions);
         if (m_list->column().indexOf(row) != index) {
             m_list->column().insertWidget(index, row);
@@ -127,10 +130,17 @@ void OperationLogView::refresh() {
         row->deleteLater();
     }
     m_rows = std::move(rows);
+    showOffers();
     m_clear->setEnabled(!operations.empty());
     m_pages->setCurrentIndex(operations.empty() ? 0 : 1);
     if (isReordered)
         orderTabs(*this);
+}
+
+void OperationLogView::showOffers() {
+    const auto& state = m_service.state();
+    for (std::size_t i = 0; i < m_rows.size(); ++i)
+        m_rows[i]->setOffer(undoOffer(state.operations[i], state));
 }
 
 } // namespace torvo

@@ -36,8 +36,9 @@ class OperationLogView final : public QWidget {
 
     [[nodiscard]] Seen look() const;
     void changed();
-    /// Brings the rows up to date, also with what became of the files. Rows stay where they are still right.
+    /// Brings the rows up to date, and has the files looked at. Rows stay where they are still right.
     void refresh();
+    void showOffers();
     [[nodiscard]] OperationRow* takeRow(const UUID& operation);
 
     CommandBarService& m_service;

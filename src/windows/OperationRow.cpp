@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QHBoxLayout>
+#include <algorithm>
 #include <cmath>
 
 namespace torvo {
@@ -24,10 +25,13 @@ constexpr int kTitleLines = 3;
 
 } // namespace
 
-UndoOffer undoOffer(const Operation& operation) {
-    if (operation.canUndo())
-        return UndoOffer::canUndo;
-    return operation.undone ? UndoOffer::undone : UndoOffer::none;
+UndoOffer undoOffer(const Operation& operation, const CommandBarState& state) {
+    const auto isIn = [&](const std::vector<UUID>& ids) { return std::ranges::find(ids, operation.id) != ids.end(); };
+    if (operation.undone)
+        return UndoOffer::undone;
+    if (isIn(state.undoing))
+        return UndoOffer::underWay;
+    return isIn(state.undoable) ? UndoOffer::canUndo : UndoOffer::none;
 }
 
 QString operationCaption(const Operation& operation, const QLocale& locale, const QTimeZone& zone) {
@@ -65,19 +69,20 @@ OperationRow::OperationRow(const Operation& operation, const Actions& actions) :
     m_undo->setAccessibleDescription(spokenRow);
     connect(m_undo, &QPushButton::clicked, this, [id = m_operation, undo = actions.undo] { undo(id); });
     row->addWidget(m_undo);
-    m_undone = new CaptionLabel("Undone", Tone::tertiary);
-    m_undone->setMaximumLines(1);
-    row->addWidget(m_undone);
+    m_mark = new CaptionLabel({}, Tone::tertiary);
+    m_mark->setMaximumLines(1);
+    row->addWidget(m_mark);
     auto* rerun = makeSmallButton("Re-run");
     rerun->setAccessibleDescription(spokenRow);
     connect(rerun, &QPushButton::clicked, this, [id = m_operation, again = actions.rerun] { again(id); });
     row->addWidget(rerun);
-    setOffer(undoOffer(operation));
+    setOffer(UndoOffer::none);
 }
 
 void OperationRow::setOffer(UndoOffer offer) {
     m_undo->setVisible(offer == UndoOffer::canUndo);
-    m_undone->setVisible(offer == UndoOffer::undone);
+    m_mark->setText(offer == UndoOffer::underWay ? "Undoing…" : "Undone");
+    m_mark->setVisible(offer == UndoOffer::underWay || offer == UndoOffer::undone);
 }
 
 } // namespace torvo

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "execution/Operation.h"
+#include "commandbar/CommandBarState.h"
 #include "support/UUID.h"
 
 #include <QLocale>
@@ -15,10 +15,9 @@ namespace torvo {
 class ToneLabel;
 
 /// What can be said about undoing an operation.
-enum class UndoOffer { canUndo, undone, none };
+enum class UndoOffer { canUndo, underWay, undone, none };
 
-/// Looks at the operation's files.
-[[nodiscard]] UndoOffer undoOffer(const Operation& operation);
+[[nodiscard]] UndoOffer undoOffer(const Operation& operation, const CommandBarState& state);
 
 /// "Created 2 files · 14:05": the subtitle and the time of day in the locale's short format. A date beyond all
 /// calendars has no time.
@@ -31,6 +30,7 @@ class OperationRow final : public QWidget {
         std::function<void(const UUID&)> undo;
         std::function<void(const UUID&)> rerun;
     };
+    /// Offers no undo yet.
     OperationRow(const Operation& operation, const Actions& actions);
 
     [[nodiscard]] const UUID& operation() const { return m_operation; }
@@ -39,7 +39,7 @@ class OperationRow final : public QWidget {
   private:
     UUID m_operation;
     QPushButton* m_undo;
-    ToneLabel* m_undone;
+    ToneLabel* m_mark;
 };
 
 } // namespace torvo

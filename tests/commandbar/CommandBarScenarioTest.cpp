@@ -51,13 +51,13 @@ TEST_F(CommandBarScenario, JpgReturnUndo) {
     ASSERT_EQ(bar.state().operations.size(), 1U);
     EXPECT_EQ(bar.state().operations[0].date, 1000);
 
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undid Converted 2 images to JPG");
     EXPECT_THAT(bar.names(), ElementsAre("a.png", "b c.png"));
     EXPECT_THAT(bar.trash.items(), ElementsAre(bar / "a.jpg", bar / "b c.jpg"));
     EXPECT_THAT(bar.state().resultOutputs, IsEmpty());
     // Once is enough.
-    bar.service->undo(bar.state().operations[0].id);
+    bar.undo(bar.state().operations[0].id);
     EXPECT_EQ(bar.trash.items().size(), 2U);
 
     bar.dispatcher->advance(1399ms);
@@ -99,12 +99,12 @@ TEST_F(CommandBarScenario, RenameWithPreviewApplyUndoRerun) {
     // A record that went to the disk and back serves as well.
     bar.restart();
     (void)bar.files.file("a.txt", "somebody else's");
-    bar.service->undo(id);
+    bar.undo(id);
     EXPECT_EQ(bar.state().status, "Can't undo: files changed since this operation");
     EXPECT_EQ(readFile(bar / "a.txt"), "somebody else's");
     EXPECT_THAT(bar.names(), ElementsAre("a.txt", "new-a.txt", "new-b.txt", "new-odd \xFF'\"\\.txt"));
     ASSERT_EQ(::unlink((bar / "a.txt").path().c_str()), 0);
-    bar.service->undo(id);
+    bar.undo(id);
     EXPECT_EQ(bar.state().status, "Undid Put new- before the names");
     EXPECT_THAT(bar.names(), ElementsAre("a.txt", "b.txt", "odd \xFF'\"\\.txt"));
     EXPECT_THAT(bar.selectedNames(), ElementsAre("b.txt", "a.txt", "odd \xFF'\"\\.txt"));
@@ -333,13 +333,13 @@ TEST_F(CommandBarScenario, UndoStopsAtTheFirstFailureAndCanBeTriedAgain) {
     const auto operation = bar.state().operations.at(0);
     ASSERT_EQ(operation.outputs.size(), 3U);
     bar.trash.refused = operation.outputs[1];
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undo failed: the Trash is full");
     EXPECT_FALSE(bar.state().operations[0].undone);
     EXPECT_FALSE(operation.outputs[0].exists());
     EXPECT_TRUE(operation.outputs[1].exists());
     bar.trash.refused.reset();
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undid Make three");
     EXPECT_THAT(bar.names(), IsEmpty());
 }
@@ -354,7 +354,7 @@ TEST_F(CommandBarScenario, UndoTakesWhatIsThereByNow) {
     ASSERT_EQ(::unlink((bar / "one").path().c_str()), 0);
     ASSERT_EQ(::unlink((bar / "two").path().c_str()), 0);
     (void)bar.files.file("two/now a folder", "text");
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undid Make three");
     EXPECT_THAT(bar.names(), IsEmpty());
     EXPECT_EQ(bar.trash.items().size(), 2U) << "what was put in the place of a file is in the Trash, not lost";

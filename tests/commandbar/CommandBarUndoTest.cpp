@@ -38,12 +38,12 @@ TEST_F(CommandBarUndo, OfRenamesStopsWhereAFileCannotGoBack) {
     ASSERT_EQ(bar.state().operations.size(), 1U);
     EXPECT_THAT(bar.state().operations[0].renameMap, ElementsAre(Operation::Rename{bar / "gone/a.txt", bar / "x-a.txt"},
                                                                  Operation::Rename{bar / "b.txt", bar / "x-b.txt"}));
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undo failed: “x-a.txt” could not be moved: No such file or directory");
     EXPECT_EQ(bar.state().statusKind, StatusKind::failure);
     EXPECT_FALSE(bar.state().operations[0].undone);
     EXPECT_THAT(bar.names(), ElementsAre("b.txt", "x-a.txt"));
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Can't undo: files changed since this operation");
     EXPECT_THAT(bar.names(), ElementsAre("b.txt", "x-a.txt"));
 }
@@ -57,7 +57,7 @@ TEST_F(CommandBarUndo, AndItsClockLeaveARunAlone) {
     ASSERT_TRUE(bar.dispatcher->runUntil(
         [&] { return (bar / "on").exists() && bar.state().status == "Running command…   Esc to cancel"; }));
     const auto id = bar.state().operations.at(0).id;
-    bar.service->undoLast();
+    bar.undoLast();
     EXPECT_EQ(bar.state().status, "Undid Zipped 1 item");
     EXPECT_FALSE((bar / "Archive.zip").exists());
     // When the time for the message is over, the run is not.
@@ -84,7 +84,7 @@ TEST_F(CommandBarUndo, ItsClockDoesNotTakeAQuestionAway) {
     bar.modelAnswers("touch it", "Touch");
     bar.enter("touch it");
     // The undo's clock is set while the model thinks.
-    bar.service->undoLast();
+    bar.undoLast();
     ASSERT_TRUE(bar.dispatcher->runUntil([&] { return bar.state().awaitingConfirm(); }));
     bar.dispatcher->advance(10s);
     EXPECT_TRUE(bar.state().awaitingConfirm());
@@ -97,12 +97,63 @@ TEST_F(CommandBarUndo, ItsClockDoesNotTakeAFailureAway) {
     ASSERT_TRUE(bar.settles());
     bar.service->confirmPending();
     ASSERT_TRUE(bar.dispatcher->runUntil([&] { return (bar / "on").exists(); }));
-    bar.service->undoLast();
+    bar.undoLast();
     (void)bar.files.file("go");
     ASSERT_TRUE(bar.settles());
     bar.dispatcher->advance(10s);
     EXPECT_EQ(bar.state().statusKind, StatusKind::failure);
     EXPECT_TRUE(bar.state().canAskAIToFix);
+}
+
+TEST_F(CommandBarUndo, IsShownWhenTheDiskTakesItsTime) {
+    zip();
+    bar.diskQueue.isHeld = true;
+    const auto id = bar.state().operations.at(0).id;
+    bar.undoLast();
+    bar.undoLast();
+    bar.dispatcher->advance(299ms);
+    EXPECT_EQ(bar.state().status, "Zipped 1 item");
+    bar.dispatcher->advance(1ms);
+    EXPECT_EQ(bar.state().status, "Undoing…");
+    EXPECT_THAT(bar.state().undoing, ElementsAre(id));
+    // No command starts on files that are being moved.
+    bar.service->submit("zip");
+    bar.service->rerun(id);
+    EXPECT_FALSE(bar.state().isRunning);
+    bar.dispatcher->advance(60s);
+    EXPECT_EQ(bar.state().status, "Undoing…");
+    EXPECT_THAT(bar.names(), ElementsAre("Archive.zip", "a.txt"));
+
+    bar.diskQueue.run();
+    bar.dispatcher->runPending();
+    EXPECT_EQ(bar.state().status, "Undid Zipped 1 item");
+    EXPECT_THAT(bar.state().undoing, ::testing::IsEmpty());
+    EXPECT_THAT(bar.trash.items(), ElementsAre(bar / "Archive.zip"));
+    bar.dispatcher->advance(1400ms);
+    EXPECT_EQ(bar.state().status, "");
+}
+
+TEST_F(CommandBarUndo, DoesNotDismissTheBarOfWhoeverTypesOn) {
+    zip();
+    bar.diskQueue.isHeld = true;
+    bar.undoLast();
+    bar.service->inputChanged("sel");
+    bar.diskQueue.run();
+    bar.dispatcher->runPending();
+    EXPECT_EQ(bar.state().status, "Undid Zipped 1 item");
+    bar.dispatcher->advance(60s);
+    EXPECT_EQ(bar.state().text, "sel");
+}
+
+TEST_F(CommandBarUndo, EndsBeforeTheBarDoes) {
+    zip();
+    bar.diskQueue.isHeld = true;
+    bar.undoLast();
+    bar.restart();
+    EXPECT_THAT(bar.names(), ElementsAre("a.txt"));
+    bar.diskQueue.run();
+    bar.restart();
+    EXPECT_TRUE(bar.state().operations.at(0).undone);
 }
 
 TEST_F(CommandBarUndo, ForgetsTheOldestOfAHundredAndOneRecords) {

@@ -112,7 +112,7 @@ class Walk {
         const auto operation = state().operations.at(pick(state().operations.size()));
         const bool couldUndo = operation.canUndo();
         const auto before = contents();
-        service().undo(operation.id);
+        m_bar.undo(operation.id);
         const auto after = std::ranges::find(state().operations, operation.id, &Operation::id);
         ASSERT_NE(after, state().operations.end());
         if (!couldUndo || !after->undone || operation.undone) {

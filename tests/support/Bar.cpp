@@ -63,6 +63,16 @@ void Bar::enter(std::string text) {
     dispatcher->runPending();
 }
 
+void Bar::undo(const UUID& operation) {
+    service->undo(operation);
+    dispatcher->runPending();
+}
+
+void Bar::undoLast() {
+    service->undoLast();
+    dispatcher->runPending();
+}
+
 bool Bar::settles() {
     return dispatcher->runUntil([this] { return !state().isRunning && state().status != "Asking local LLM…"; });
 }

@@ -36,6 +36,9 @@ class Bar {
     void summon();
     /// Types a text and presses Return, the bar shown before.
     void enter(std::string text);
+    /// Presses Undo, and waits for what comes of it.
+    void undo(const UUID& operation);
+    void undoLast();
     /// Waits until nothing runs and no answer is awaited.
     [[nodiscard]] bool settles();
     [[nodiscard]] bool settlesAs(std::string_view status);

@@ -29,6 +29,14 @@ class OperationLogViewTest : public ::testing::Test {
         bar.service->confirmPending();
         ASSERT_TRUE(bar.settlesAs("Made " + name)) << bar.state().status;
     }
+    void show() {
+        view.show();
+        bar.dispatcher->runPending();
+    }
+    void clickUndo(const char* about) {
+        click(view, "Undo", about);
+        bar.dispatcher->runPending();
+    }
     /// The rows, from the top.
     [[nodiscard]] std::vector<std::string> titles() {
         std::vector<std::string> texts;
@@ -47,7 +55,7 @@ class OperationLogViewTest : public ::testing::Test {
 } // namespace
 
 TEST_F(OperationLogViewTest, UndoesAndRerunsOnRealFiles) {
-    view.show();
+    show();
     EXPECT_TRUE(shows(view, "No operations yet."));
     EXPECT_FALSE(isEnabled(view, "Clear"));
     make("one.txt");
@@ -55,7 +63,7 @@ TEST_F(OperationLogViewTest, UndoesAndRerunsOnRealFiles) {
     EXPECT_FALSE(shows(view, "No operations yet."));
     EXPECT_THAT(titles(), ElementsAre("Made two.txt", "Made one.txt"));
 
-    click(view, "Undo", "Made one.txt");
+    clickUndo("Made one.txt");
     EXPECT_THAT(bar.names(), ElementsAre("a.txt", "two.txt"));
     EXPECT_FALSE(offers(view, "Undo", "Made one.txt"));
     EXPECT_TRUE(shows(view, "Undone"));
@@ -77,24 +85,39 @@ TEST_F(OperationLogViewTest, UndoesAndRerunsOnRealFiles) {
 
 TEST_F(OperationLogViewTest, FilesThatChangedOfferNeitherUndoNorUndone) {
     make("one.txt");
-    view.show();
+    show();
     EXPECT_TRUE(offers(view, "Undo"));
     std::filesystem::remove((bar / "one.txt").path());
     QEvent activation(QEvent::WindowActivate);
     QApplication::sendEvent(&view, &activation);
+    bar.dispatcher->runPending();
     EXPECT_FALSE(offers(view, "Undo") || shows(view, "Undone"));
     EXPECT_TRUE(offers(view, "Re-run"));
 }
 
+TEST_F(OperationLogViewTest, SaysThatAnUndoTakesItsTime) {
+    make("one.txt");
+    show();
+    bar.diskQueue.isHeld = true;
+    clickUndo("Made one.txt");
+    bar.dispatcher->advance(std::chrono::seconds(1));
+    EXPECT_TRUE(shows(view, "Undoing…"));
+    EXPECT_FALSE(offers(view, "Undo"));
+    bar.diskQueue.run();
+    bar.dispatcher->runPending();
+    EXPECT_TRUE(shows(view, "Undone"));
+    EXPECT_FALSE(shows(view, "Undoing…"));
+}
+
 TEST_F(OperationLogViewTest, RowsStayInPlaceWhileTheListGrows) {
     make("one.txt");
-    view.show();
+    show();
     const auto* row = control<QAbstractButton>(view, "Re-run");
     make("two.txt");
     EXPECT_EQ(control<QAbstractButton>(view, "Re-run", "Made one.txt"), row);
     view.hide();
     make("three.txt");
-    view.show();
+    show();
     EXPECT_EQ(control<QAbstractButton>(view, "Re-run", "Made one.txt"), row);
     EXPECT_THAT(titles(), ElementsAre("Made three.txt", "Made two.txt", "Made one.txt"));
 }

@@ -47,6 +47,7 @@ TEST_F(CommandBarJourney, TypedKeysConvertPicturesAndAClickUndoesIt) {
     EXPECT_EQ(shown.status().toPlainText(), "Converted 2 images to JPG");
     EXPECT_THAT(shown.labels(), ElementsAre("a.jpg", "b c.jpg"));
     ASSERT_TRUE(shown.click("Undo"));
+    ASSERT_TRUE(settlesAs("Undid Converted 2 images to JPG"));
     EXPECT_THAT(bar.names(), ElementsAre("a.png", "b c.png"));
     EXPECT_THAT(shown.buttons(), ::testing::Not(::testing::Contains("Undo")));
 }
