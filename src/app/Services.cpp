@@ -71,8 +71,12 @@ FileURL commandLogFile() {
     return (failure ? FileURL("/tmp") : folder).appendingPath("Torvo/command-log.jsonl");
 }
 
-Services::Services(std::chrono::milliseconds patience)
-    : defaults(SettingsFile::defaultLocation(), {}, patience),
+Services::Services(Dispatcher* dispatcher)
+    : settingsFile(SettingsFile::defaultLocation()),
+      settingsBeside(dispatcher == nullptr
+                         ? std::nullopt
+                         : std::optional<SettingsBeside>(std::in_place, settingsFile, diskQueue, *dispatcher)),
+      defaults(settingsBeside ? static_cast<UserDefaults&>(*settingsBeside) : settingsFile),
       session(httpModule()),
       log(commandLogFile(), defaults, diskQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},

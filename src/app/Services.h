@@ -3,11 +3,12 @@
 #include "execution/CommandLog.h"
 #include "linux/LinuxProcessHost.h"
 #include "linux/LoadedHttpSession.h"
+#include "linux/SettingsBeside.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
 #include "planning/CommandExecutor.h"
 
-#include <chrono>
+#include <optional>
 
 namespace torvo {
 
@@ -28,13 +29,15 @@ void addToolsToSearchPath();
 
 /// Everything that a program of ours is made of on this machine. Nothing is read or started before its first use.
 struct Services {
-    /// `patience`: how long a change of the settings waits for another process.
-    explicit Services(std::chrono::milliseconds patience = SettingsFile::kPatience);
+    /// With a dispatcher, changes of the settings are written beside its main thread, else by whoever makes them.
+    explicit Services(Dispatcher* dispatcher = nullptr);
 
     LinuxProcessHost processes;
-    SettingsFile defaults;
-    LoadedHttpSession session;
+    SettingsFile settingsFile;
     ThreadQueue diskQueue;
+    std::optional<SettingsBeside> settingsBeside;
+    UserDefaults& defaults;
+    LoadedHttpSession session;
     CommandLog log;
     RunnerEnvironment environment;
     PresetPlanner presets;

@@ -77,7 +77,8 @@ void CommandBarService::showContext(const FinderContext& context, bool isSelecti
     m_state.contextHint =
         isSelectionKnown ? contextDescription(context.folder, context.selection.size(), droppedContext().has_value())
                          : folderDescription(context.folder);
-    m_state.chips = barChips(RulesStore(m_services.defaults).rules(), context.folder, context.selection, m_history);
+    m_state.chips =
+        barChips(RulesStore(m_services.defaults).rules(), context.folder, context.selection, m_history.items());
 }
 
 void CommandBarService::handleDrop(const std::vector<FileURL>& files) {

@@ -18,8 +18,7 @@
 namespace torvo {
 
 CommandBarService::CommandBarService(CommandBarServices services)
-    : m_services(std::move(services)), m_storedHistory(std::make_shared<HistoryStore>(m_services.defaults)) {
-    m_history = m_storedHistory->items();
+    : m_services(std::move(services)), m_history(m_services.defaults) {
     m_state.operations = m_services.store.load();
     m_state.autoAttachEnabled = SettingsStore::autoAttach(m_services.defaults);
     m_services.panel.onKeyChange([this](bool isKey) {
@@ -52,11 +51,11 @@ void CommandBarService::inputChanged(std::string text) {
 }
 
 void CommandBarService::historyUp() {
-    if (m_history.empty())
+    if (m_history.items().empty())
         return;
     if (m_historyIndex == -1)
         m_stashedInput = m_state.text;
-    browseHistory(std::min(m_historyIndex + 1, static_cast<int>(m_history.size()) - 1));
+    browseHistory(std::min(m_historyIndex + 1, static_cast<int>(m_history.items().size()) - 1));
 }
 
 void CommandBarService::historyDown() {
@@ -68,32 +67,17 @@ void CommandBarService::browseHistory(int index) {
     const Turn turn(*this);
     stay();
     m_historyIndex = index;
-    m_state.text = index == -1 ? m_stashedInput : m_history[static_cast<std::size_t>(index)];
+    m_state.text = index == -1 ? m_stashedInput : m_history.items()[static_cast<std::size_t>(index)];
     ++m_state.focusTrigger;
 }
 
 void CommandBarService::clearHistory() {
     const Turn turn(*this);
-    m_history.clear();
     // One that cannot be removed from the settings is at least gone from the bar.
-    changeStoredHistory([](HistoryStore& history) { (void)history.clear(); });
+    (void)m_history.clear();
     m_historyIndex = -1;
     m_stashedInput.clear();
     refreshContext(Reading::byLooking);
-}
-
-void CommandBarService::changeStoredHistory(std::function<void(HistoryStore& history)> change) {
-    const auto number = ++m_historyChanges;
-    const auto store = [change = std::move(change), history = m_storedHistory] {
-        change(*history);
-        return history->items();
-    };
-    // Another program may have stored commands as well; what the bar itself did since then counts more.
-    const auto takeOver = [this, number](std::vector<std::string> items) {
-        if (number == m_historyChanges)
-            m_history = std::move(items);
-    };
-    m_services.diskQueue.async(handingOver(store, takeOver, onMain()));
 }
 
 // Submitting
@@ -122,9 +106,8 @@ void CommandBarService::submit() {
         dismiss();
         return;
     }
-    m_history = recorded(std::move(m_history), input);
     // One that cannot be stored is still there until the bar quits.
-    changeStoredHistory([input](HistoryStore& history) { (void)history.record(input); });
+    (void)m_history.record(input);
     withContext([this, command = RulesStore(m_services.defaults).expansion(input).value_or(input)](
                     const FinderContext& context) { plan(command, context); });
 }

@@ -156,8 +156,6 @@ class CommandBarService {
     /// The form of a bar that is placed without being opened.
     [[nodiscard]] BarForm restingForm() const { return m_state.isKeyWindow ? BarForm::expanded : BarForm::compact; }
     void browseHistory(int index);
-    /// Changes what is stored of the history, and takes over what came of it.
-    void changeStoredHistory(std::function<void(HistoryStore& history)> change);
     void saveOperations();
     /// Whether a command or an undo is at the files.
     [[nodiscard]] bool isBusy() const { return m_state.isRunning || !m_undos.empty(); }
@@ -245,11 +243,7 @@ class CommandBarService {
 
     std::optional<Rect> m_lastFinderFrame;
     std::optional<std::vector<FileURL>> m_droppedSelection;
-    /// The commands submitted, newest first.
-    std::vector<std::string> m_history;
-    /// For the disk's queue alone.
-    std::shared_ptr<HistoryStore> m_storedHistory;
-    std::uint64_t m_historyChanges = 0;
+    HistoryStore m_history;
     /// Which entry of the history the field shows; -1 while it shows none.
     int m_historyIndex = -1;
     /// What was in the field before the history was browsed.

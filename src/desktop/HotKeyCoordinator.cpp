@@ -7,7 +7,17 @@
 namespace torvo {
 
 HotKeyCoordinator::HotKeyCoordinator(HotKeys& platform, UserDefaults& defaults)
-    : m_defaults(defaults), m_service(platform), m_configuration(SettingsStore::hotKey(defaults)) {}
+    : m_defaults(defaults),
+      m_service(platform),
+      m_configuration(SettingsStore::hotKey(defaults)),
+      m_failures(defaults.observeFailures([this](const auto& key, const auto& error) {
+          if (key == SettingsStore::kHotKey)
+              notStored(error);
+      })) {}
+
+bool HotKeyCoordinator::notStored(const std::string& error) {
+    return say("The shortcut works until Torvo quits: " + error, true);
+}
 
 bool HotKeyCoordinator::say(std::string message, bool isError) {
     m_statusMessage = std::move(message);
@@ -27,7 +37,7 @@ bool HotKeyCoordinator::apply(const HotKeyConfiguration& configuration, Storing 
     m_configuration = configuration;
     if (storing == Storing::yes) {
         if (const auto stored = SettingsStore::setHotKey(configuration, m_defaults); !stored)
-            return say(fmt::format("The shortcut works until Torvo quits: {}", stored.error()), true);
+            return notStored(stored.error());
     }
     return say(fmt::format("Shortcut set to {}.", configuration.displayName()), false);
 }

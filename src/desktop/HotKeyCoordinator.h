@@ -34,6 +34,7 @@ class HotKeyCoordinator {
 
     bool apply(const HotKeyConfiguration& configuration, Storing storing);
     bool say(std::string message, bool isError);
+    bool notStored(const std::string& error);
 
     UserDefaults& m_defaults;
     HotKeyService m_service;
@@ -42,6 +43,7 @@ class HotKeyCoordinator {
     bool m_hasError = false;
     std::function<void()> m_action;
     Observers m_observers;
+    Subscription m_failures;
 };
 
 } // namespace torvo

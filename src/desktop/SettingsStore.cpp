@@ -13,16 +13,16 @@ std::expected<void, std::string> setAutoAttach(bool isOn, UserDefaults& defaults
 }
 
 bool dryRunPreview(UserDefaults& defaults) {
-    return defaults.getAs<bool>("dryRunPreview").value_or(false);
+    return defaults.getAs<bool>(kDryRunPreview).value_or(false);
 }
 
 HotKeyConfiguration hotKey(UserDefaults& defaults) {
-    const auto data = defaults.getAs<DefaultsData>("globalHotKey");
+    const auto data = defaults.getAs<DefaultsData>(kHotKey);
     return HotKeyConfiguration::decode(data ? std::optional(data->bytes) : std::nullopt);
 }
 
 std::expected<void, std::string> setHotKey(const HotKeyConfiguration& hotKey, UserDefaults& defaults) {
-    return defaults.set("globalHotKey", DefaultsData{hotKey.encoded()});
+    return defaults.set(kHotKey, DefaultsData{hotKey.encoded()});
 }
 
 } // namespace torvo::SettingsStore

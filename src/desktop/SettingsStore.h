@@ -5,12 +5,17 @@
 
 #include <expected>
 #include <string>
+#include <string_view>
 
 namespace torvo {
 
 /// Settings with their defaults, read afresh on every call. Those that belong to the rules, the model endpoint, the
 /// command log and the history are read by these.
 namespace SettingsStore {
+
+/// The keys that others watch.
+constexpr std::string_view kHotKey = "globalHotKey";
+constexpr std::string_view kDryRunPreview = "dryRunPreview";
 
 /// Whether the bar docks to file-manager windows; true unless a Boolean says otherwise.
 [[nodiscard]] bool autoAttach(UserDefaults& defaults);

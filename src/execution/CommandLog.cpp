@@ -88,14 +88,13 @@ CommandLog::CommandLog(FileURL file, UserDefaults& defaults, SerialQueue& queue,
 bool CommandLog::isEnabled() {
     if (const auto stored = m_defaults.getAs<bool>(kEnabledKey))
         return *stored;
-    bool isEnabled = m_file.exists();
+    const bool isThere = m_file.exists();
     // A store that cannot be written leaves the decision to the next reading.
-    (void)m_defaults.update(kEnabledKey, [&](const std::optional<DefaultsValue>& stored) {
-        if (const auto* decided = stored ? std::get_if<bool>(&*stored) : nullptr)
-            isEnabled = *decided;
-        return DefaultsValue(isEnabled);
+    (void)m_defaults.update(kEnabledKey, [isThere](const std::optional<DefaultsValue>& stored) {
+        const auto* decided = stored ? std::get_if<bool>(&*stored) : nullptr;
+        return DefaultsValue(decided != nullptr ? *decided : isThere);
     });
-    return isEnabled;
+    return m_defaults.getAs<bool>(kEnabledKey).value_or(isThere);
 }
 
 void CommandLog::plan(const UUID& id, std::string_view route, std::string_view input, const FinderContext& context,
@@ -120,12 +119,15 @@ void CommandLog::outcome(const UUID& id, std::string_view outcome, std::string_v
     append("outcome", id, std::move(record));
 }
 
-std::expected<void, std::string> CommandLog::clear() {
-    std::error_code failure;
-    m_queue.sync([&] { std::filesystem::remove(m_file.path(), failure); });
-    if (failure)
-        return std::unexpected(failure.message());
-    return {};
+void CommandLog::clear(std::function<void(std::expected<void, std::string> cleared)> then) {
+    m_queue.async([file = m_file, then = std::move(then)] {
+        std::error_code failure;
+        std::filesystem::remove(file.path(), failure);
+        if (failure)
+            then(std::unexpected(failure.message()));
+        else
+            then({});
+    });
 }
 
 void CommandLog::append(const char* event, const UUID& id, Json record) {

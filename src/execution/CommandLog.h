@@ -41,8 +41,9 @@ class CommandLog {
     /// How the command ended; an empty detail is left out.
     void outcome(const UUID& id, std::string_view outcome, std::string_view detail = "");
 
-    /// Deletes the log after everything queued was written. The error is one line for the user.
-    std::expected<void, std::string> clear();
+    /// Deletes the log after everything queued was written, and tells `then` on the queue. The error is one line for
+    /// the user.
+    void clear(std::function<void(std::expected<void, std::string> cleared)> then);
 
   private:
     void append(const char* event, const UUID& id, Json record);

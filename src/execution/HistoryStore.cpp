@@ -21,23 +21,28 @@ std::vector<std::string> recorded(std::vector<std::string> items, std::string_vi
 
 HistoryStore::HistoryStore(UserDefaults& defaults)
     : m_defaults(defaults),
-      m_items(defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{})) {}
+      m_items(stored()),
+      m_failures(defaults.observeFailures([this](const auto& key, const auto&) {
+          if (key == kHistoryKey)
+              m_isStored = false;
+      })) {}
+
+std::vector<std::string> HistoryStore::stored() const {
+    return m_defaults.getAs<std::vector<std::string>>(kHistoryKey).value_or(std::vector<std::string>{});
+}
 
 std::expected<void, std::string> HistoryStore::record(std::string_view text) {
     if (trimmed(text, TextTrim::spacesAndLineBreaks).empty())
         return {};
-    bool isStored = false;
-    auto saved = m_defaults.update(kHistoryKey, [&](const std::optional<DefaultsValue>& stored) {
-        const auto* items = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
+    auto saved = m_defaults.update(kHistoryKey, [command = std::string(text), known = m_items,
+                                                 isStored = m_isStored](const std::optional<DefaultsValue>& stored) {
         // Nothing there any more: somebody cleared it.
-        if (!stored && m_isStored)
-            m_items.clear();
-        m_items = recorded(items != nullptr ? *items : m_items, text);
-        isStored = true;
-        return DefaultsValue(m_items);
+        if (!stored && isStored)
+            return DefaultsValue(recorded({}, command));
+        const auto* items = stored ? std::get_if<std::vector<std::string>>(&*stored) : nullptr;
+        return DefaultsValue(recorded(items != nullptr ? *items : known, command));
     });
-    if (!isStored)
-        m_items = recorded(std::move(m_items), text);
+    m_items = saved ? stored() : recorded(std::move(m_items), text);
     m_isStored = saved.has_value();
     return saved;
 }

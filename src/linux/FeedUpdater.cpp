@@ -45,8 +45,9 @@ std::string builtInUpdateFeed() {
     return TORVO_UPDATE_FEED;
 }
 
-FeedUpdater::FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, Dispatcher& dispatcher)
-    : m_settings(std::move(settings)), m_session(session), m_dispatcher(dispatcher) {
+FeedUpdater::FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, SerialQueue& diskQueue,
+                         Dispatcher& dispatcher)
+    : m_settings(std::move(settings)), m_session(session), m_diskQueue(diskQueue), m_dispatcher(dispatcher) {
     if (!m_settings.feed.empty())
         m_state = UpdateState::NotChecked{};
     load();
@@ -95,11 +96,12 @@ void FeedUpdater::load() {
 }
 
 /// Best effort: a choice that cannot be kept still holds until the program ends.
-void FeedUpdater::save() const {
+void FeedUpdater::save() {
     const auto text = compactJson({{"automatic", m_isAutomatic}, {"lastCheck", m_lastCheck}}) + "\n";
-    if (makeFolders(m_settings.file.deletingLastPathComponent()) == 0 &&
-        prepareReplacement(m_settings.file.path(), text) == 0)
-        (void)commitReplacement(m_settings.file.path());
+    m_diskQueue.async([file = m_settings.file, text] {
+        if (makeFolders(file.deletingLastPathComponent()) == 0 && prepareReplacement(file.path(), text) == 0)
+            (void)commitReplacement(file.path());
+    });
 }
 
 void FeedUpdater::checkIfDue() {

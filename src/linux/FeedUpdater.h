@@ -3,6 +3,7 @@
 #include "linux/ReleaseFeed.h"
 #include "platform/Dispatcher.h"
 #include "platform/HttpSession.h"
+#include "platform/SerialQueue.h"
 #include "platform/Updater.h"
 #include "support/FileURL.h"
 #include "support/Observable.h"
@@ -67,8 +68,8 @@ struct FeedUpdaterSettings {
 /// switched on, which it is not at first. It installs nothing. Main thread only.
 class FeedUpdater final : public Updater {
   public:
-    /// `session` and `dispatcher` must outlive the object, `session` also the dispatcher's detached tasks.
-    FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, Dispatcher& dispatcher);
+    /// Writes its file on `diskQueue`. All must outlive the object, `session` also the dispatcher's detached tasks.
+    FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, SerialQueue& diskQueue, Dispatcher& dispatcher);
     /// Ends a check that is under way.
     ~FeedUpdater() override;
     FeedUpdater(const FeedUpdater&) = delete;
@@ -89,13 +90,14 @@ class FeedUpdater final : public Updater {
 
   private:
     void load();
-    void save() const;
+    void save();
     void checkIfDue();
     void check();
     void become(UpdateState::Any state);
 
     FeedUpdaterSettings m_settings;
     HttpSession& m_session;
+    SerialQueue& m_diskQueue;
     Dispatcher& m_dispatcher;
     bool m_isAutomatic = false;
     /// Seconds since 1970.

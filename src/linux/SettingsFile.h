@@ -32,8 +32,6 @@ class SettingsFile : public UserDefaults {
 
     /// How long a change waits for another process that keeps the file locked, before it fails.
     static constexpr std::chrono::milliseconds kPatience{5000};
-    /// The same where a user waits for the window to answer.
-    static constexpr std::chrono::milliseconds kPatienceOfWindows{200};
 
     /// Touches no file before the first use. Without `report`, lines go to the standard error stream.
     explicit SettingsFile(FileURL location, Report report = {}, std::chrono::milliseconds patience = kPatience);

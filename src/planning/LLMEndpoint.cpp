@@ -6,8 +6,6 @@ namespace torvo {
 
 namespace {
 
-constexpr std::string_view kBaseURLKey = "llm.baseURL";
-constexpr std::string_view kModelKey = "llm.model";
 constexpr std::string_view kOnboardingKey = "onboardingShown";
 
 bool isBlank(std::string_view text) {

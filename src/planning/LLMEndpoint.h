@@ -4,6 +4,7 @@
 
 #include <expected>
 #include <string>
+#include <string_view>
 
 namespace torvo {
 
@@ -13,6 +14,10 @@ struct LLMEndpoint {
     std::string baseURL = "http://127.0.0.1:11434";
     /// Sent exactly as stored.
     std::string model;
+
+    /// The settings keys of the two.
+    static constexpr std::string_view kBaseURLKey = "llm.baseURL";
+    static constexpr std::string_view kModelKey = "llm.model";
 
     bool operator==(const LLMEndpoint&) const = default;
 

@@ -11,8 +11,6 @@ namespace torvo {
 
 namespace {
 
-constexpr std::string_view kRulesKey = "rules";
-
 std::optional<Rule> decodeRule(const Json& document) {
     const Json* id = memberOf(document, "id");
     const Json* trigger = memberOf(document, "trigger");
@@ -80,26 +78,30 @@ std::expected<void, std::string> RulesStore::add(std::string_view trigger, std::
     if (phrase.empty() || command.empty())
         return {};
     Rule rule{UUID::random(), std::string(phrase), std::string(command)};
-    bool isAdded = false;
-    auto saved = m_defaults.update(kRulesKey, [&](const std::optional<DefaultsValue>& stored) {
-        m_rules = decodeRules(stored);
-        m_rules.push_back(rule);
-        isAdded = true;
-        return DefaultsValue(encodeRules(m_rules));
+    auto saved = m_defaults.update(kRulesKey, [rule](const std::optional<DefaultsValue>& stored) {
+        auto rules = decodeRules(stored);
+        rules.push_back(rule);
+        return DefaultsValue(encodeRules(rules));
     });
-    if (!isAdded)
+    if (saved)
+        m_rules = decodeRules(m_defaults.get(kRulesKey));
+    else
         m_rules.push_back(std::move(rule));
     return saved;
 }
 
 std::expected<void, std::string> RulesStore::remove(const UUID& id) {
-    const auto isMeant = [&](const Rule& rule) { return rule.id == id; };
-    std::erase_if(m_rules, isMeant);
-    return m_defaults.update(kRulesKey, [&](const std::optional<DefaultsValue>& stored) {
-        m_rules = decodeRules(stored);
-        std::erase_if(m_rules, isMeant);
-        return DefaultsValue(encodeRules(m_rules));
+    const auto isMeant = [id](const Rule& rule) { return rule.id == id; };
+    auto saved = m_defaults.update(kRulesKey, [isMeant](const std::optional<DefaultsValue>& stored) {
+        auto rules = decodeRules(stored);
+        std::erase_if(rules, isMeant);
+        return DefaultsValue(encodeRules(rules));
     });
+    if (saved)
+        m_rules = decodeRules(m_defaults.get(kRulesKey));
+    else
+        std::erase_if(m_rules, isMeant);
+    return saved;
 }
 
 } // namespace torvo

@@ -25,7 +25,9 @@ struct Rule {
 /// none is. Expansions are not looked up again.
 [[nodiscard]] std::optional<std::string> expansionFor(std::string_view input, const std::vector<Rule>& rules);
 
-/// The user's rules in the order in which they were added, kept under the settings key "rules".
+constexpr std::string_view kRulesKey = "rules";
+
+/// The user's rules in the order in which they were added, kept in the settings.
 class RulesStore {
   public:
     /// Loads the rules; a stored value that is no list of complete rules counts as none. `defaults` must outlive the

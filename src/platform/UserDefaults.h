@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Observable.h"
+
 #include <cstdint>
 #include <expected>
 #include <functional>
@@ -26,7 +28,8 @@ using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, Defa
 /// The user's settings: a store of typed values under plain keys, shared by every process of the program. Nothing that
 /// is read is stale. Safe to call from any thread.
 ///
-/// A change either is on the disk when the call returns or did not happen; the error is one line for the user.
+/// A change is seen by every reader in this process when the call returns. A store writes it to the disk before that,
+/// where an error, one line for the user, means that it did not happen; or after it, where `observeFailures` tells.
 class UserDefaults {
   public:
     virtual ~UserDefaults() = default;
@@ -43,9 +46,13 @@ class UserDefaults {
 
     /// Makes the new value from the old one; an absent new value removes the key.
     using Change = std::function<std::optional<DefaultsValue>(std::optional<DefaultsValue> old)>;
-    /// Reads, changes and writes one key while no other process can write. `change` runs once, at most, and must not
-    /// use this store.
+    /// Reads, changes and writes one key while no other process can write. `change` may be kept, and may run more than
+    /// once and on another thread: it depends on nothing but what it holds itself, and must not use this store.
     [[nodiscard]] virtual std::expected<void, std::string> update(std::string_view key, const Change& change) = 0;
+
+    using FailureListener = std::function<void(const std::string& key, const std::string& error)>;
+    /// Has a change that could not be written after the call returned, and was taken back, told on the main thread.
+    [[nodiscard]] virtual Subscription observeFailures(FailureListener /*listener*/) { return {}; }
 
     /// The value under a key when it has exactly that type.
     template <typename T>

@@ -29,10 +29,14 @@ class [[nodiscard]] Subscription {
     std::function<void()> m_end;
 };
 
-/// Listeners that are told when something happens. For one thread. A listener may come and go while others are told.
-class Observers {
+/// Listeners that are told when something happens, and what. For one thread. A listener may come and go while others
+/// are told. Copies have the same listeners.
+template <typename... What>
+class ObserversOf {
   public:
-    Subscription add(std::function<void()> listener) {
+    using Listener = std::function<void(What...)>;
+
+    Subscription add(Listener listener) {
         const auto number = m_listeners->next++;
         m_listeners->byNumber[number] = std::move(listener);
         return Subscription([listeners = std::weak_ptr(m_listeners), number] {
@@ -41,12 +45,12 @@ class Observers {
         });
     }
 
-    void notify() const {
+    void notify(What... what) const {
         const auto listeners = m_listeners;
         for (auto next = listeners->byNumber.begin(); next != listeners->byNumber.end();) {
             const auto number = next->first;
             const auto listener = next->second;
-            listener();
+            listener(what...);
             next = listeners->byNumber.upper_bound(number);
         }
     }
@@ -54,9 +58,11 @@ class Observers {
   private:
     struct Listeners {
         std::uint64_t next = 0;
-        std::map<std::uint64_t, std::function<void()>> byNumber;
+        std::map<std::uint64_t, Listener> byNumber;
     };
     std::shared_ptr<Listeners> m_listeners = std::make_shared<Listeners>();
 };
+
+using Observers = ObserversOf<>;
 
 } // namespace torvo

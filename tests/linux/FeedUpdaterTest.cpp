@@ -3,6 +3,7 @@
 
 #include "linux/CurlHttpSession.h"
 #include "tests/support/ManualDispatcher.h"
+#include "tests/support/ManualQueue.h"
 #include "tests/support/ModelServer.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -82,7 +83,7 @@ class FeedUpdaterTest : public ::testing::Test {
         updater = std::make_unique<FeedUpdater>(
             FeedUpdaterSettings{
                 .feed = feed, .version = "1.2.0", .file = folder / "Torvo/updates.json", .now = [this] { return now; }},
-            session, dispatcher);
+            session, diskQueue, dispatcher);
     }
     void offer(const std::string& version) {
         server.queue(ScriptedReply::status(
@@ -101,6 +102,7 @@ class FeedUpdaterTest : public ::testing::Test {
 
     ModelServer server;
     CurlHttpSession session;
+    testing::ManualQueue diskQueue;
     testing::ManualDispatcher dispatcher;
     testing::TemporaryFolder folder;
     std::chrono::system_clock::time_point now{1'700'000'000s};

@@ -311,7 +311,7 @@ TEST_F(SettingsFileTest, LosesPatienceWithAnotherProcessThatKeepsTheLock) {
     EXPECT_TRUE(settings().set("a", "old"));
     const Descriptor lock(::open((m_location.path() + ".lock").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
-    SettingsFile hasty(m_location, {}, SettingsFile::kPatienceOfWindows);
+    SettingsFile hasty(m_location, {}, std::chrono::milliseconds(200));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(hasty.set("a", "new").error(), "Could not save the settings: another program keeps them locked.");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));

@@ -19,19 +19,21 @@ Bar::Bar(ManualDispatcher::Detached detached)
     (void)defaults.set("commandLoggingEnabled", true);
     (void)LLMEndpoint::setCurrent({server.url(), "tiny"}, defaults);
     dispatcher.emplace(detached);
+    settings.emplace(defaults, diskQueue, *dispatcher);
     start();
 }
 
 Bar::~Bar() {
     m_watch = {};
     service.reset();
+    settings.reset();
     dispatcher.reset();
 }
 
 void Bar::start() {
     service.emplace(
         CommandBarServices{*dispatcher, desktopQueue, diskQueue, panel, finder.service, finder.workspace, runner,
-                           processes, defaults, session, log, pasteboard, notifications, distributed, trash,
+                           processes, *settings, session, log, pasteboard, notifications, distributed, trash,
                            OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
                            support.url(), [this] { return now; }});
     m_watch = service->observe([this] { statuses.push_back(state().status); });

@@ -2,6 +2,7 @@
 
 #include "commandbar/CommandBarService.h"
 #include "linux/CurlHttpSession.h"
+#include "linux/SettingsBeside.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
 #include "tests/support/FakeFinder.h"
@@ -78,6 +79,8 @@ class Bar {
     std::chrono::system_clock::time_point now{std::chrono::seconds(978'307'200 + 1000)};
     /// Ends its threads before what they use goes.
     std::optional<ManualDispatcher> dispatcher;
+    /// What the bar sees of the settings.
+    std::optional<SettingsBeside> settings;
     std::optional<CommandBarService> service;
     /// Every status line that listeners were told of, in order.
     std::vector<std::string> statuses;

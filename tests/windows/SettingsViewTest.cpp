@@ -123,6 +123,7 @@ TEST_F(SettingsViewTest, LoginToggleShowsTheRealStateAfterARefusal) {
         open();
         EXPECT_EQ(isChecked(*view, "Launch Torvo at login"), status == LoginItemStatus::enabled);
         click(*view, "Launch Torvo at login");
+        desk.bar.dispatcher->runPending();
         EXPECT_EQ(isChecked(*view, "Launch Torvo at login"), toggledTo);
         EXPECT_EQ(shows(*view, "Could not change Launch at Login: not allowed"), !answer.has_value());
         EXPECT_EQ(shows(*view, "Approval required in System Settings."), needsApproval);
@@ -141,6 +142,7 @@ TEST_F(SettingsViewTest, TogglesAreStoredAndThoseThatCannotBeGoBack) {
     }
     breakSettings();
     click(*view, "Preview every command before running (dry-run)");
+    desk.bar.dispatcher->runPending();
     EXPECT_FALSE(isChecked(*view, "Preview every command before running (dry-run)")) << "what is stored counts";
     EXPECT_TRUE(showsLine("Could not save the setting: "));
 }
@@ -179,6 +181,7 @@ TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
 
     breakSettings();
     click(*view, "Remove web");
+    desk.bar.dispatcher->runPending();
     EXPECT_TRUE(showsLine("Could not save the rules: "));
 }
 
@@ -304,6 +307,7 @@ TEST_F(SettingsViewTest, LogAndHistoryAreShownAndCleared) {
     click(*view, "Reveal Log");
     EXPECT_THAT(desk.bar.finder.workspace.revealed, ElementsAre(std::vector{desk.bar.log.fileURL()}));
     click(*view, "Clear Log");
+    ASSERT_TRUE(waitFor("Command log cleared."));
     EXPECT_EQ(toneOf("Command log cleared."), Tone::secondary);
     EXPECT_FALSE(desk.bar.log.fileURL().exists());
 
@@ -316,7 +320,7 @@ TEST_F(SettingsViewTest, LogAndHistoryAreShownAndCleared) {
 
     std::filesystem::create_directories(desk.bar.log.fileURL().appendingPath("in the way").path());
     click(*view, "Clear Log");
-    EXPECT_TRUE(showsLine("Could not clear log: "));
+    EXPECT_TRUE(desk.bar.dispatcher->runUntil([&] { return showsLine("Could not clear log: "); }));
 }
 
 TEST_F(SettingsViewTest, PermissionButtonsOpenTheirPanes) {

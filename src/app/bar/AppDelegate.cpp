@@ -21,16 +21,19 @@ constexpr const char* kBlurred = "torvobar.commandBarBlurred";
 } // namespace
 
 AppDelegate::AppDelegate(std::unique_ptr<X11Connection> display)
-    : m_platform(m_dispatcher, m_services.session, std::move(display)),
+    : m_platform(m_dispatcher, m_services, std::move(display)),
       m_finder(
           {m_platform.scripts, m_platform.accessibility, m_platform.workspace, m_platform.screens, m_platform.log}),
       m_panel(m_platform.panel, m_platform.screens),
       m_hotKey(m_platform.hotKeys, m_services.defaults),
+      m_settingsFailures(m_services.defaults.observeFailures(
+          [this](const std::string&, const std::string& error) { m_platform.log.write("[Torvo] " + error); })),
       m_settingsWindow(kSettingsWindow,
                        [this] {
-                           return new SettingsView({m_dispatcher, m_services.defaults, m_platform.workspace,
-                                                    m_services.session, *m_updates, m_hotKey, m_platform.loginItem,
-                                                    *m_modelSetup, *m_environment, *m_commandBar, m_services.log});
+                           return new SettingsView({m_dispatcher, m_services.diskQueue, m_services.defaults,
+                                                    m_platform.workspace, m_services.session, *m_updates, m_hotKey,
+                                                    m_platform.loginItem, *m_modelSetup, *m_environment, *m_commandBar,
+                                                    m_services.log});
                        }),
       m_onboardingWindow(kSetupWindow,
                          [this] {
@@ -87,8 +90,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         });
         return;
     }
-    if (const auto stored = m_services.defaults.set(kOnboardingShown, true); !stored)
-        m_platform.log.write("[Torvo] " + stored.error());
+    (void)m_services.defaults.set(kOnboardingShown, true);
     m_onboardingWindow.present();
 }
 

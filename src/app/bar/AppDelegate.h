@@ -47,12 +47,13 @@ class AppDelegate {
     void showAbout();
 
     QtDispatcher m_dispatcher;
-    Services m_services{SettingsFile::kPatienceOfWindows};
+    Services m_services{&m_dispatcher};
     DesktopPlatform m_platform;
     FinderService m_finder;
     ThreadQueue m_desktopQueue;
     CommandBarPanel m_panel;
     HotKeyCoordinator m_hotKey;
+    Subscription m_settingsFailures;
     std::optional<ActionRunner> m_runner;
     std::optional<UpdateService> m_updates;
     std::optional<UpdateWindow> m_updateWindow;

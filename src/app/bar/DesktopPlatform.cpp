@@ -1,7 +1,5 @@
 #include "app/bar/DesktopPlatform.h"
 
-#include "app/Services.h"
-
 #include <cstdlib>
 
 namespace torvo {
@@ -15,14 +13,14 @@ FileURL configurationFolder() {
 
 } // namespace
 
-DesktopPlatform::DesktopPlatform(QtDispatcher& dispatcher, HttpSession& session, std::unique_ptr<X11Connection> opened)
+DesktopPlatform::DesktopPlatform(QtDispatcher& dispatcher, Services& services, std::unique_ptr<X11Connection> opened)
     : display(std::move(opened)),
       opener(bus, dispatcher),
       loginItem(configurationFolder(), {programFolder().appendingPath("torvo-bar").path()}),
       updater({.feed = builtInUpdateFeed(),
                .version = TORVO_VERSION,
                .file = applicationSupportFolder().appendingPath("Torvo/updates.json")},
-              session, dispatcher) {
+              services.session, services.diskQueue, dispatcher) {
     front.setPanel(static_cast<xcb_window_t>(panel.window().winId()));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Services.h"
 #include "linux/AutostartLoginItem.h"
 #include "linux/DBusDistributedNotifications.h"
 #include "linux/DesktopNotifications.h"
@@ -30,7 +31,7 @@ namespace torvo {
 /// The services of this desktop, as the bar uses them.
 struct DesktopPlatform {
     /// `display`: the connection that is the main thread's.
-    DesktopPlatform(QtDispatcher& dispatcher, HttpSession& session, std::unique_ptr<X11Connection> display);
+    DesktopPlatform(QtDispatcher& dispatcher, Services& services, std::unique_ptr<X11Connection> display);
 
     std::unique_ptr<X11Connection> display;
     /// The points of Qt, in which the bar is laid out.

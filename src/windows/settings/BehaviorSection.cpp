@@ -6,6 +6,7 @@
 #include "widgets/ToneLabel.h"
 
 #include <QCheckBox>
+#include <QPointer>
 
 namespace torvo {
 
@@ -37,32 +38,47 @@ BehaviorSection::BehaviorSection(const SettingsServices& services, Report report
     rows().addWidget(
         new CaptionLabel("Show the command and the files it will touch, and confirm, before anything runs. "
                          "(Rename/move operations always preview.)"));
+    m_failures = m_services.defaults.observeFailures([this](const std::string& key, const std::string& error) {
+        if (key == SettingsStore::kDryRunPreview)
+            dryRunNotStored(error);
+    });
     appear();
 }
 
 void BehaviorSection::appear() {
-    showChecked(*m_launchAtLogin, m_services.loginItem.status() == LoginItemStatus::enabled);
-    showApproval();
+    const auto status = m_services.loginItem.status();
+    showChecked(*m_launchAtLogin, status == LoginItemStatus::enabled);
+    showApproval(status);
     showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
 }
 
 void BehaviorSection::setLaunchAtLogin(bool isOn) {
-    if (const auto changed = LaunchAtLoginService::setEnabled(isOn, m_services.loginItem); !changed) {
-        showChecked(*m_launchAtLogin, m_services.loginItem.status() == LoginItemStatus::enabled);
-        m_report("Could not change Launch at Login: " + changed.error());
-    }
-    showApproval();
+    m_services.diskQueue.async([services = m_services, section = QPointer(this), isOn] {
+        const auto changed = LaunchAtLoginService::setEnabled(isOn, services.loginItem);
+        services.dispatcher.runOnMain([section, changed, status = services.loginItem.status()] {
+            if (section == nullptr)
+                return;
+            section->showApproval(status);
+            if (changed)
+                return;
+            showChecked(*section->m_launchAtLogin, status == LoginItemStatus::enabled);
+            section->m_report("Could not change Launch at Login: " + changed.error());
+        });
+    });
+}
+
+void BehaviorSection::showApproval(LoginItemStatus status) {
+    m_approval->setVisible(status == LoginItemStatus::requiresApproval);
 }
 
 void BehaviorSection::setDryRun(bool isOn) {
-    if (const auto stored = m_services.defaults.set("dryRunPreview", isOn); !stored) {
-        showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
-        m_report("Could not save the setting: " + stored.error());
-    }
+    if (const auto stored = m_services.defaults.set(SettingsStore::kDryRunPreview, isOn); !stored)
+        dryRunNotStored(stored.error());
 }
 
-void BehaviorSection::showApproval() {
-    m_approval->setVisible(m_services.loginItem.status() == LoginItemStatus::requiresApproval);
+void BehaviorSection::dryRunNotStored(const std::string& error) {
+    showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
+    m_report("Could not save the setting: " + error);
 }
 
 } // namespace torvo

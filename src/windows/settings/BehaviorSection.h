@@ -16,14 +16,16 @@ class BehaviorSection final : public SectionBox {
 
   private:
     void setLaunchAtLogin(bool isOn);
+    void showApproval(LoginItemStatus status);
     void setDryRun(bool isOn);
-    void showApproval();
+    void dryRunNotStored(const std::string& error);
 
     SettingsServices m_services;
     Report m_report;
     QCheckBox* m_launchAtLogin;
     QWidget* m_approval;
     QCheckBox* m_dryRun;
+    Subscription m_failures;
 };
 
 } // namespace torvo

@@ -56,6 +56,10 @@ EndpointSection::EndpointSection(const SettingsServices& services, std::function
     row.addWidget(m_status, 1);
     row.addStretch();
     m_subscription = m_services.modelSetup.observe([this] { reload(); });
+    m_failures = m_services.defaults.observeFailures([this](const std::string& key, const std::string& error) {
+        if (key == LLMEndpoint::kBaseURLKey || key == LLMEndpoint::kModelKey)
+            notStored(error);
+    });
     reload();
 }
 
@@ -89,9 +93,13 @@ void EndpointSection::reload() {
 
 void EndpointSection::store() {
     if (const auto stored = LLMEndpoint::setCurrent(m_endpoint, m_services.defaults); !stored)
-        say("Could not save the endpoint: " + stored.error());
+        notStored(stored.error());
     updateTest();
     m_changed();
+}
+
+void EndpointSection::notStored(const std::string& error) {
+    say("Could not save the endpoint: " + error);
 }
 
 void EndpointSection::updateTest() {

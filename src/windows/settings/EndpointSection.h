@@ -44,6 +44,7 @@ class EndpointSection final : public SectionBox {
     /// Shows the stored endpoint.
     void reload();
     void store();
+    void notStored(const std::string& error);
     void test();
     void tested(const AdvertisedModels& models);
     void setTesting(bool isTesting);
@@ -63,6 +64,7 @@ class EndpointSection final : public SectionBox {
     /// Expires with the section.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
     Subscription m_subscription;
+    Subscription m_failures;
 };
 
 } // namespace torvo

@@ -4,8 +4,16 @@
 #include "widgets/ToneLabel.h"
 
 #include <QCheckBox>
+#include <QPointer>
 
 namespace torvo {
+
+namespace {
+
+constexpr std::string_view kLogging = "commandLoggingEnabled";
+constexpr std::string_view kHistory = "commandHistory";
+
+} // namespace
 
 PrivacySection::PrivacySection(const SettingsServices& services)
     : SectionBox("Privacy & local data"), m_services(services) {
@@ -27,6 +35,12 @@ PrivacySection::PrivacySection(const SettingsServices& services)
     row.addStretch();
     m_status = new StatusCaption;
     rows().addWidget(m_status);
+    m_failures = m_services.defaults.observeFailures([this](const std::string& key, const std::string& error) {
+        if (key == kLogging)
+            loggingNotStored(error);
+        else if (key == kHistory)
+            say(error);
+    });
     appear();
 }
 
@@ -39,10 +53,13 @@ void PrivacySection::say(const std::string& status) {
 }
 
 void PrivacySection::setLogging(bool isOn) {
-    if (const auto stored = m_services.defaults.set("commandLoggingEnabled", isOn); !stored) {
-        showChecked(*m_logging, m_services.log.isEnabled());
-        say("Could not save the setting: " + stored.error());
-    }
+    if (const auto stored = m_services.defaults.set(kLogging, isOn); !stored)
+        loggingNotStored(stored.error());
+}
+
+void PrivacySection::loggingNotStored(const std::string& error) {
+    showChecked(*m_logging, m_services.log.isEnabled());
+    say("Could not save the setting: " + error);
 }
 
 void PrivacySection::revealLog() {
@@ -53,13 +70,17 @@ void PrivacySection::revealLog() {
 }
 
 void PrivacySection::clearLog() {
-    const auto cleared = m_services.log.clear();
-    say(cleared ? "Command log cleared." : "Could not clear log: " + cleared.error());
+    m_services.log.clear([&dispatcher = m_services.dispatcher, section = QPointer(this)](const auto& cleared) {
+        dispatcher.runOnMain([section, cleared] {
+            if (section != nullptr)
+                section->say(cleared ? "Command log cleared." : "Could not clear log: " + cleared.error());
+        });
+    });
 }
 
 void PrivacySection::clearHistory() {
     m_services.commandBar.clearHistory();
-    const auto removed = m_services.defaults.remove("commandHistory");
+    const auto removed = m_services.defaults.remove(kHistory);
     say(removed ? "Command history cleared." : "Could not clear command history: " + removed.error());
 }
 

@@ -20,6 +20,7 @@ class PrivacySection final : public SectionBox {
 
   private:
     void setLogging(bool isOn);
+    void loggingNotStored(const std::string& error);
     void revealLog();
     void clearLog();
     void clearHistory();
@@ -27,6 +28,7 @@ class PrivacySection final : public SectionBox {
     SettingsServices m_services;
     QCheckBox* m_logging;
     StatusCaption* m_status;
+    Subscription m_failures;
 };
 
 } // namespace torvo

@@ -36,6 +36,10 @@ RulesSection::RulesSection(const SettingsServices& services)
     addRuleFields();
     m_status = new StatusCaption(Tone::failure);
     rows().addWidget(m_status);
+    m_failures = m_services.defaults.observeFailures([this](const std::string& key, const std::string& error) {
+        if (key == kRulesKey)
+            showResult(std::unexpected(error));
+    });
     updateAdd();
     appear();
 }

@@ -41,6 +41,7 @@ class RulesSection final : public SectionBox {
     QLineEdit* m_expansion = nullptr;
     QPushButton* m_add = nullptr;
     StatusCaption* m_status;
+    Subscription m_failures;
 };
 
 } // namespace torvo

@@ -9,6 +9,7 @@
 #include "platform/Dispatcher.h"
 #include "platform/HttpSession.h"
 #include "platform/LoginItem.h"
+#include "platform/SerialQueue.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 
@@ -20,6 +21,8 @@ namespace torvo {
 /// What the settings window works with. All must outlive the window; the session also the dispatcher's detached tasks.
 struct SettingsServices {
     Dispatcher& dispatcher;
+    /// Where the disk is written to, one change after the other.
+    SerialQueue& diskQueue;
     UserDefaults& defaults;
     Workspace& workspace;
     HttpSession& session;

@@ -1,6 +1,8 @@
 // What a user does in the bar's windows and its menu, and what comes of it in the bar.
 #include "desktop/HotKeyService.h"
+#include "linux/FileLock.h"
 #include "linux/ProcessTable.h"
+#include "linux/SettingsFile.h"
 #include "linux/X11HotKeys.h"
 #include "tests/support/BarJourney.h"
 #include "tests/support/Eventually.h"
@@ -179,6 +181,22 @@ TEST_F(WindowsJourneyTest, DocksOnlyWhileItIsToldTo) {
     session.press("Escape");
     EXPECT_TRUE(screen->says("⌘⇧Space")) << "small again, and there";
     EXPECT_TRUE(bar->isShown());
+}
+
+TEST_F(WindowsJourneyTest, AnotherProgramAtTheSettingsHoldsNothingUp) {
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(openSettings());
+    SettingsFile settings(SettingsFile::defaultLocation());
+    const auto isStored = [&] { return settings.getAs<bool>("dryRunPreview").value_or(false); };
+    {
+        const auto lock = FileLock::take(SettingsFile::defaultLocation().path() + ".lock", SettingsFile::kPatience);
+        ASSERT_TRUE(lock);
+        ASSERT_TRUE(screen->click(kDryRun));
+        EXPECT_TRUE(testing::eventually([&] { return screen->isChecked(kDryRun); }));
+        EXPECT_FALSE(isStored());
+    }
+    EXPECT_EQ(bar->quit(), 0);
+    EXPECT_TRUE(isStored());
 }
 
 TEST_F(WindowsJourneyTest, RemembersEverythingWhenItIsStartedAgain) {

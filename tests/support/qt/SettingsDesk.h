@@ -21,11 +21,11 @@ class SettingsDesk {
     }
 
     [[nodiscard]] SettingsServices settings() {
-        return {*bar.dispatcher, bar.defaults, bar.finder.workspace, bar.session,  updates, hotKey,
-                loginItem,       modelSetup,   environment,          *bar.service, bar.log};
+        return {*bar.dispatcher, bar.diskQueue, *bar.settings, bar.finder.workspace, bar.session,  updates,
+                hotKey,          loginItem,     modelSetup,    environment,          *bar.service, bar.log};
     }
     [[nodiscard]] OnboardingServices onboarding() {
-        return {*bar.dispatcher, bar.finder.accessibility, bar.finder.workspace, bar.defaults, modelSetup, hotKey};
+        return {*bar.dispatcher, bar.finder.accessibility, bar.finder.workspace, *bar.settings, modelSetup, hotKey};
     }
     [[nodiscard]] std::vector<std::string> locations() const { return {tools.path() + "/"}; }
     /// A tool that succeeds and does nothing.
@@ -37,8 +37,8 @@ class SettingsDesk {
     FakeLoginItem loginItem;
     FakeUpdater updater;
     UpdateService updates{updater};
-    HotKeyCoordinator hotKey{hotKeys, bar.defaults};
-    LocalModelSetupService modelSetup{{*bar.dispatcher, bar.processes, bar.finder.workspace, bar.defaults, bar.session,
+    HotKeyCoordinator hotKey{hotKeys, *bar.settings};
+    LocalModelSetupService modelSetup{{*bar.dispatcher, bar.processes, bar.finder.workspace, *bar.settings, bar.session,
                                        locations(), tools / "Ollama.app"}};
     EnvironmentHealthService environment{{*bar.dispatcher, bar.processes, bar.finder.workspace, locations()}};
 };
