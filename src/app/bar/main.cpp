@@ -6,6 +6,7 @@
 #include "widgets/WindowStyle.h"
 
 #include <fcntl.h>
+#include <fontconfig/fontconfig.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -17,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -86,6 +88,8 @@ int main(int count, char** values) {
     torvo::addToolsToSearchPath();
     // Places on the screen are asked of the X server, whatever else there is.
     ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    // The fonts' configuration takes as long to read as the toolkit takes to start, and is the same for every thread.
+    std::jthread fonts([] { (void)FcInit(); });
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName("Torvo");
     QApplication::setDesktopFileName("torvo");
@@ -96,6 +100,8 @@ int main(int count, char** values) {
         application.watchTurns(file);
     torvo::makeWindowsAccessible();
     const EndingSignals endingSignals;
+    // Whoever asks for a font before that is done reads it once more.
+    fonts.join();
     torvo::AppDelegate delegate(std::move(display));
     const auto openAll = [&](const std::vector<std::string>& addresses) {
         for (const auto& address : addresses)
