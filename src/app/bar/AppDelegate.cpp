@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <chrono>
 
 namespace torvo {
 
@@ -17,6 +18,9 @@ namespace {
 
 constexpr const char* kOnboardingShown = "onboardingShown";
 constexpr const char* kBlurred = "torvobar.commandBarBlurred";
+/// What the user does not look at first, the status item and whether there is a model, comes this much later than the
+/// bar: both would take the processor and the X server from its first paint.
+constexpr std::chrono::milliseconds kUntilThePaint{100};
 
 } // namespace
 
@@ -53,6 +57,7 @@ AppDelegate::~AppDelegate() {
     // One that only hands over what it was started for has nothing to take back.
     if (m_commandBar)
         m_platform.distributed.post(kBlurred);
+    m_rest.reset();
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
     m_backdropChanges = {};
@@ -73,11 +78,13 @@ void AppDelegate::applicationDidFinishLaunching() {
     m_updateWindow.emplace(m_platform.updater, m_platform.workspace, TORVO_VERSION);
     m_modelSetup.emplace(LocalModelSetupService::Platform{m_dispatcher, m_services.processes, m_platform.workspace,
                                                           m_services.defaults, m_services.session});
-    m_modelSetup->refresh();
     m_environment.emplace(EnvironmentHealthService::Platform{m_dispatcher, m_services.processes, m_platform.workspace});
     makeCommandBar();
     m_attachment.emplace(*m_commandBar, m_platform.workspace, m_dispatcher);
-    m_menuBar.emplace(menuActions());
+    m_rest = m_dispatcher.runAfter(kUntilThePaint, [this] {
+        m_menuBar.emplace(menuActions());
+        m_modelSetup->refresh();
+    });
     m_hotKey.setAction([this] { m_commandBar->toggle(); });
     // The settings window says so too, when it is opened.
     if (!m_hotKey.applyStored())
@@ -106,8 +113,10 @@ void AppDelegate::makeCommandBar() {
     m_backdropChanges = m_platform.front.onActivation([this] { m_view->setBackdrop(backdrop()); });
     // On a desktop without a status area the menu is here.
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
-    QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view,
-                     [this](const QPoint& place) { m_menuBar->menu().popup(m_view->mapToGlobal(place)); });
+    QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view, [this](const QPoint& place) {
+        if (m_menuBar)
+            m_menuBar->menu().popup(m_view->mapToGlobal(place));
+    });
 }
 
 MenuBarService::Actions AppDelegate::menuActions() {

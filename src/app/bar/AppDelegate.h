@@ -66,6 +66,8 @@ class AppDelegate {
     Subscription m_backdropChanges;
     std::optional<FinderAttachmentService> m_attachment;
     std::optional<MenuBarService> m_menuBar;
+    /// What is still to be made after the launch.
+    std::unique_ptr<ScheduledTask> m_rest;
     OrdinaryWindow m_settingsWindow;
     OrdinaryWindow m_onboardingWindow;
     OrdinaryWindow m_activityWindow;
