@@ -96,7 +96,8 @@ void showWindows(const TakeWindow& take) {
     show(kActivityWindow, "activity", new OperationLogView(*desk.bar.service));
     show(kIdeasWindow, "ideas", new IdeasGalleryView([](std::string_view) {}));
 
-    FeedUpdater updater({"", "1.0", desk.bar.support / "updates.json"}, desk.bar.session, *desk.bar.dispatcher);
+    FeedUpdater updater({"", "1.0", desk.bar.support / "updates.json"}, desk.bar.session, desk.bar.diskQueue,
+                        *desk.bar.dispatcher);
     const UpdateWindow updates(updater, desk.bar.finder.workspace, "1.0");
     updater.checkForUpdates();
     for (auto* window : QApplication::topLevelWidgets()) {
