@@ -298,8 +298,8 @@ void CommandBarService::stay() {
 
 void CommandBarService::scheduleDismiss(std::chrono::milliseconds delay) {
     m_dismissal = m_services.dispatcher.runAfter(delay, [this] {
-        // An undo may have set the clock while something runs.
-        if (isBusy())
+        // An undo may have set the clock while something runs, or while the bar is not there to be dismissed.
+        if (isBusy() || !m_services.panel.isVisible())
             return;
         const Turn turn(*this);
         const auto fired = std::move(m_dismissal);

@@ -88,6 +88,8 @@ void CommandBarService::finishUndo(const std::shared_ptr<Undo>& undo) {
     m_state.pending.reset();
     if (!outcome) {
         show(outcome.error(), StatusKind::failure);
+        // The Activity window may be in front, and the bar hidden.
+        notifyIfBackgrounded(outcome.error());
         return;
     }
     markUndone(undo->operation.id);

@@ -19,24 +19,30 @@ FrontApplication::FrontApplication(X11Connection& connection, Clock now)
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(connection.get(), connection.root(), XCB_CW_EVENT_MASK, &mask);
     xcb_flush(connection.get());
-    (void)observe();
+    m_heardOf = observe().value_or(XCB_WINDOW_NONE);
     connection.listen([this, alive = std::weak_ptr(m_observers)](const xcb_generic_event_t& event) {
         const auto observers = alive.lock();
         if (!observers || (event.response_type & 0x7F) != XCB_PROPERTY_NOTIFY)
             return;
         const auto& changed = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+        if (changed.atom != m_connection.hints()->_NET_ACTIVE_WINDOW)
+            return;
         // While windows change hands there is none for a moment; the one that follows is told then.
-        if (changed.atom == m_connection.hints()->_NET_ACTIVE_WINDOW && observe())
+        const auto active = observe();
+        if (active && std::exchange(m_heardOf, *active) != *active && *active != m_panel)
             observers->notify();
     });
 }
 
 std::optional<xcb_window_t> FrontApplication::observe() {
     const auto active = m_connection.activeWindow();
-    if (active)
+    if (active) {
+        if (m_noneSince && m_now() - *m_noneSince >= kChangingHands)
+            m_heardOf = XCB_WINDOW_NONE;
         m_noneSince.reset();
-    else if (!m_noneSince)
+    } else if (!m_noneSince) {
         m_noneSince = m_now();
+    }
     if (active && active != m_panel)
         m_last = *active;
     return active;

@@ -31,7 +31,11 @@ class FrontApplication {
     void setPanel(xcb_window_t panel) { m_panel = panel; }
     /// The last window that was active and not the panel: what the user sees the panel over. From any thread.
     [[nodiscard]] xcb_window_t lastActive() const { return m_last; }
-    /// Calls `activated` whenever another window has become the active one.
+    /// Takes note of a window that was just asked to come to the front: it is the one that the panel is seen over, even
+    /// if the panel becomes the active one before its turn was noticed.
+    void expect(xcb_window_t window) { m_last = window; }
+    /// Calls `activated` whenever another window than the panel has become the active one, or the same one again after
+    /// the panel or after nobody worked anywhere. While windows change hands none is, which counts as nothing.
     [[nodiscard]] Subscription onActivation(std::function<void()> activated) {
         return m_observers->add(std::move(activated));
     }
@@ -46,6 +50,8 @@ class FrontApplication {
     Clock m_now;
     xcb_window_t m_panel = XCB_WINDOW_NONE;
     std::atomic<xcb_window_t> m_last = XCB_WINDOW_NONE;
+    /// The last active window that the listener heard of, the panel included; none once nobody worked anywhere.
+    xcb_window_t m_heardOf = XCB_WINDOW_NONE;
     /// Since when no window is active.
     std::optional<std::chrono::steady_clock::time_point> m_noneSince;
     /// Shared with the connection's listener, which may live longer.

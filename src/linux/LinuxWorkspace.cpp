@@ -19,8 +19,10 @@ std::vector<std::int32_t> LinuxWorkspace::runningApplications(std::string_view i
 
 void LinuxWorkspace::activate(std::string_view identifier) {
     const auto window = identifier == kFinderIdentifier ? m_platform.fileManagers.frontWindow() : std::nullopt;
-    if (window)
-        m_platform.connection.activate(*window);
+    if (!window)
+        return;
+    m_platform.connection.activate(*window);
+    m_platform.front.expect(*window);
 }
 
 Subscription LinuxWorkspace::onActivation(std::function<void()> activated) {

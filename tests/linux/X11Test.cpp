@@ -63,6 +63,9 @@ TEST_F(X11Test, TellsWhichApplicationIsAtTheFront) {
     EXPECT_EQ(front.window(), panel.id());
     front.setPanel(panel.id());
     EXPECT_EQ(front.window(), thunar.id());
+    // One that was brought to the front counts, though the panel was quicker.
+    front.expect(editor.id());
+    EXPECT_EQ(front.window(), editor.id());
     for (const char* name : {"pcmanfm-qt", "dolphin", "org.gnome.Nautilus", "Nemo"})
         EXPECT_TRUE(isFileManager(name));
     EXPECT_FALSE(isFileManager("thunar-settings"));
@@ -125,10 +128,40 @@ TEST_F(X11Test, BridgesTheMomentInWhichNoWindowIsActive) {
     EXPECT_EQ(activations, 0);
     setActive(thunar.id());
     EXPECT_EQ(front.window(), thunar.id());
+    EXPECT_EQ(activations, 1) << "nobody worked anywhere";
     // The time counts from the last time that there was none.
     now += 10s;
     setActive(XCB_WINDOW_NONE);
     EXPECT_EQ(front.window(), thunar.id());
+}
+
+TEST_F(X11Test, ThePanelIsNoOtherApplication) {
+    auto now = std::chrono::steady_clock::now();
+    XWindow thunar(connection(), "Thunar", 1);
+    XWindow editor(connection(), "Editor", 2);
+    XWindow panel(connection(), "torvo-bar", ::getpid());
+    FrontApplication front(connection(), [&] { return now; });
+    front.setPanel(panel.id());
+    setActive(editor.id());
+    int activations = 0;
+    const auto subscription = front.onActivation([&] { ++activations; });
+    const struct {
+        xcb_window_t active;
+        int told;
+        const char* what;
+    } rows[] = {{panel.id(), 0, "called over the editor"},
+                {XCB_WINDOW_NONE, 0, "keys go to another window for a moment"},
+                {panel.id(), 0, "and back"},
+                {editor.id(), 1, "the user went back to it"},
+                {XCB_WINDOW_NONE, 1, "it is kept from the keyboard for a moment"},
+                {editor.id(), 1, "and has it again"},
+                {thunar.id(), 2, "another one"}};
+    for (const auto& row : rows) {
+        setActive(row.active);
+        (void)front.window();
+        EXPECT_TRUE(desktop.eventually([&] { return activations >= row.told; })) << row.what;
+        EXPECT_EQ(activations, row.told) << row.what;
+    }
 }
 
 TEST_F(X11Test, LosesNoEventToACallThatWaitsForItsReply) {

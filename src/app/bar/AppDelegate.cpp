@@ -9,7 +9,6 @@
 #include "windows/SettingsView.h"
 
 #include <QApplication>
-#include <QMessageBox>
 #include <chrono>
 
 namespace torvo {
@@ -110,6 +109,7 @@ void AppDelegate::makeCommandBar() {
         OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
     m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
     m_platform.panel.setContent(m_view);
+    m_platform.panel.setCloseAction([this] { m_commandBar->cancel(); });
     m_backdropChanges = m_platform.front.onActivation([this] { m_view->setBackdrop(backdrop()); });
     // On a desktop without a status area the menu is here.
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -139,13 +139,18 @@ MenuBarService::Actions AppDelegate::menuActions() {
 }
 
 void AppDelegate::showAbout() {
-    auto* about = new QMessageBox(QMessageBox::NoIcon, "About Torvo",
-                                  "Torvo " TORVO_VERSION "\n\nA command bar for Finder: select files, type what you "
-                                  "want.");
-    about->setTextFormat(Qt::PlainText);
-    about->setAttribute(Qt::WA_DeleteOnClose);
-    about->show();
-    about->activateWindow();
+    if (m_about) {
+        m_about->raise();
+        m_about->activateWindow();
+        return;
+    }
+    m_about = new QMessageBox(QMessageBox::NoIcon, "About Torvo",
+                              "Torvo " TORVO_VERSION "\n\nA command bar for Finder: select files, type what you "
+                              "want.");
+    m_about->setTextFormat(Qt::PlainText);
+    m_about->setAttribute(Qt::WA_DeleteOnClose);
+    m_about->show();
+    m_about->activateWindow();
 }
 
 void AppDelegate::handleURLEvent(const std::string& address) {

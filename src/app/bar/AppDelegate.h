@@ -14,6 +14,8 @@
 #include "desktop/UpdateService.h"
 #include "windows/OrdinaryWindow.h"
 
+#include <QMessageBox>
+#include <QPointer>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +70,8 @@ class AppDelegate {
     std::optional<MenuBarService> m_menuBar;
     /// What is still to be made after the launch.
     std::unique_ptr<ScheduledTask> m_rest;
+    /// While it is open.
+    QPointer<QMessageBox> m_about;
     OrdinaryWindow m_settingsWindow;
     OrdinaryWindow m_onboardingWindow;
     OrdinaryWindow m_activityWindow;

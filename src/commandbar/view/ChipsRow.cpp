@@ -44,8 +44,11 @@ void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvail
     if (chips == m_suggestions && clipboardAvailable != m_clipboard->isHidden())
         return;
     m_clipboard->setVisible(clipboardAvailable);
-    m_suggestions = chips;
+    const auto before = std::exchange(m_suggestions, chips);
     for (std::size_t i = 0; i < chips.size(); ++i) {
+        // The mouse may be down on it: what the user did not see is not what the user clicks.
+        if (i >= before.size() || before[i] != chips[i])
+            chip(i).setDown(false);
         chip(i).setLabel(shownLine(chips[i].title));
         chip(i).setVisible(true);
     }

@@ -163,7 +163,9 @@ void CommandBarView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     const auto text = event->text();
-    if (m_service.state().isKeyWindow && !text.isEmpty() && text.front().isPrint() && !m_full->field().hasFocus()) {
+    const bool isForField = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter ||
+                            event->key() == Qt::Key_Backspace || (!text.isEmpty() && text.front().isPrint());
+    if (m_service.state().isKeyWindow && isForField && !m_full->field().hasFocus()) {
         m_full->field().setFocus(Qt::OtherFocusReason);
         QApplication::sendEvent(&m_full->field(), event);
         return;

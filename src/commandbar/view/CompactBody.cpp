@@ -4,6 +4,7 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
+#include <algorithm>
 #include <utility>
 
 namespace torvo {
@@ -37,7 +38,10 @@ CompactBody::CompactBody(std::function<void()> open, QWidget* parent)
 void CompactBody::present(const CommandBarState& state) {
     m_icon->present(leadingIcon(state));
     m_status->setTone(statusTone(state.statusKind));
-    auto status = shownLine(shownStatus(state));
+    // A question has its command below it; here is one line for both.
+    std::string text(shownStatus(state));
+    std::ranges::replace(text, '\n', ' ');
+    const auto status = shownLine(text);
     if (status == m_status->text())
         return;
     m_status->setText(status);

@@ -2,7 +2,7 @@
 
 #include "linux/qt/QtDesktopPoints.h"
 
-#include <QEvent>
+#include <QCloseEvent>
 #include <utility>
 
 namespace torvo {
@@ -24,6 +24,7 @@ class QtPanel::Window final : public QWidget {
     }
 
     std::function<void(bool isKey)> keyChanged;
+    std::function<void()> closed;
     QWidget* content = nullptr;
 
   protected:
@@ -36,6 +37,12 @@ class QtPanel::Window final : public QWidget {
         QWidget::changeEvent(event);
         if (event->type() == QEvent::ActivationChange)
             tell(isActiveWindow());
+    }
+    void closeEvent(QCloseEvent* event) override {
+        // Closing would destroy the window that others know by its number.
+        event->ignore();
+        if (closed)
+            closed();
     }
     void hideEvent(QHideEvent* event) override {
         QWidget::hideEvent(event);
@@ -111,6 +118,10 @@ void QtPanel::makeKey() {
 
 void QtPanel::setKeyChangeAction(std::function<void(bool isKey)> action) {
     m_window->keyChanged = std::move(action);
+}
+
+void QtPanel::setCloseAction(std::function<void()> action) {
+    m_window->closed = std::move(action);
 }
 
 } // namespace torvo

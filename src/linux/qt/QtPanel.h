@@ -28,6 +28,8 @@ class QtPanel final : public Panel {
 
     /// The window, which fills itself with its one child.
     [[nodiscard]] QWidget& window() const;
+    /// Calls `action` when the user asks the window manager to close the panel, which stays as it is by itself.
+    void setCloseAction(std::function<void()> action);
     /// Puts the content into the window, which owns it, in place of the one before; null for none.
     void setContent(QWidget* content);
 

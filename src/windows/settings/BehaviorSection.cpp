@@ -78,7 +78,7 @@ void BehaviorSection::setDryRun(bool isOn) {
 
 void BehaviorSection::dryRunNotStored(const std::string& error) {
     showChecked(*m_dryRun, SettingsStore::dryRunPreview(m_services.defaults));
-    m_report("Could not save the setting: " + error);
+    m_report(error);
 }
 
 } // namespace torvo

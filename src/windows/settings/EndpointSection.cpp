@@ -99,7 +99,7 @@ void EndpointSection::store() {
 }
 
 void EndpointSection::notStored(const std::string& error) {
-    say("Could not save the endpoint: " + error);
+    say(error);
 }
 
 void EndpointSection::updateTest() {
@@ -123,15 +123,18 @@ void EndpointSection::test() {
                                        &dispatcher = m_services.dispatcher, &session = m_services.session,
                                        baseURL = std::move(baseURL)] {
         auto models = availableModels(baseURL, session, stop);
-        dispatcher.runOnMain([this, alive, models = std::move(models)] {
+        dispatcher.runOnMain([this, alive, baseURL, models = std::move(models)] {
             if (!alive.expired())
-                tested(models);
+                tested(baseURL, models);
         });
     });
 }
 
-void EndpointSection::tested(const AdvertisedModels& models) {
+void EndpointSection::tested(std::string_view baseURL, const AdvertisedModels& models) {
     setTesting(false);
+    // Another address was typed meanwhile: this says nothing about it.
+    if (baseURL != trimmed(m_endpoint.baseURL, TextTrim::spacesAndLineBreaks))
+        return;
     say(endpointStatus(models));
     if (models && !models->empty() && isBlank(m_endpoint.model)) {
         m_endpoint.model = models->front();

@@ -46,7 +46,7 @@ class EndpointSection final : public SectionBox {
     void store();
     void notStored(const std::string& error);
     void test();
-    void tested(const AdvertisedModels& models);
+    void tested(std::string_view baseURL, const AdvertisedModels& models);
     void setTesting(bool isTesting);
     void say(const std::string& status);
     void updateTest();

@@ -59,7 +59,7 @@ void PrivacySection::setLogging(bool isOn) {
 
 void PrivacySection::loggingNotStored(const std::string& error) {
     showChecked(*m_logging, m_services.log.isEnabled());
-    say("Could not save the setting: " + error);
+    say(error);
 }
 
 void PrivacySection::revealLog() {

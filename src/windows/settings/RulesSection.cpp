@@ -123,7 +123,7 @@ void RulesSection::remove(const UUID& rule) {
 }
 
 void RulesSection::showResult(const std::expected<void, std::string>& saved) {
-    m_status->say(saved ? "" : "Could not save the rules: " + saved.error());
+    m_status->say(saved ? "" : saved.error());
     showRules();
 }
 

@@ -42,6 +42,31 @@ TEST_F(CommandJourneyTest, ConvertsAndTakesItBack) {
     EXPECT_TRUE(screen->awaitsEnd("Undo"));
 }
 
+TEST_F(CommandJourneyTest, TakesFilesWhileAnotherProgramIsInFront) {
+    const auto file = files.file("a.txt");
+    ASSERT_TRUE(start());
+    const testing::XWindow editor(session.display(), "Editor", 4711);
+    session.activate(editor.id());
+    ASSERT_TRUE(session.desktop().eventually([&] { return !bar->isShown(); }));
+    ASSERT_EQ(testing::run({"drop", file.path()}, {.program = TORVO_BIN_DIR "/torvo"}).status, 0);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar->isKey(); }));
+    session.type("zip");
+    session.press("Return");
+    EXPECT_TRUE(appears("Archive.zip"));
+}
+
+TEST_F(CommandJourneyTest, ClosingTheBarLeavesItAndNothingElse) {
+    ASSERT_TRUE(start());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(bar->summon());
+        session.type("zip");
+        session.press("alt+F4");
+        EXPECT_TRUE(session.desktop().eventually([&] {
+            return bar->isShown() && session.display().activeWindow() == session.window();
+        })) << "as Esc does";
+    }
+}
+
 TEST_F(CommandJourneyTest, ShowsARenameBeforeItIsDone) {
     for (const char* name : {"a.txt", "b.txt"})
         (void)files.file(name, name);

@@ -140,6 +140,27 @@ TEST_F(WindowsJourneyTest, TheActivityWindowTakesBackAndDoesAgain) {
     EXPECT_TRUE(screen->says("No operations yet."));
 }
 
+TEST_F(WindowsJourneyTest, AQuestionOverTheActivityWindowWaitsForItsAnswer) {
+    (void)files.file("a.txt");
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(select({"a.txt"}));
+    modelPlans(R"(print new > "${1%.txt}.$RANDOM")", "Write it", "", true);
+    ASSERT_TRUE(bar->enter("write it"));
+    ASSERT_TRUE(screen->press("Run anyway"));
+    ASSERT_TRUE(logs("completed"));
+    ASSERT_TRUE(open("Activity Log…", kActivity));
+    ASSERT_TRUE(screen->click("Re-run"));
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar->isShown(); }));
+    ASSERT_FALSE(bar->isKey());
+    // A click gives the small bar the keyboard, and its question room.
+    const auto place = *bar->frame();
+    testing::XDesktop::input({"mousemove", std::to_string(static_cast<int>(place.x + place.width / 2)),
+                              std::to_string(static_cast<int>(place.y + place.height / 2)), "click", "1"});
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar->isKey(); }));
+    ASSERT_TRUE(screen->press("Run anyway"));
+    EXPECT_TRUE(logs("completed", 2));
+}
+
 TEST_F(WindowsJourneyTest, AnotherShortcutTakesThePlaceOfTheOld) {
     ASSERT_TRUE(start());
     EXPECT_FALSE(isFree({}));

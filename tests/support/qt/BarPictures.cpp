@@ -1,5 +1,7 @@
 #include "tests/support/qt/BarPictures.h"
 
+#include "model/CommandSafety.h"
+
 #include <fmt/format.h>
 
 #include <utility>
@@ -21,11 +23,10 @@ CommandBarState focused(std::string text, std::string status, StatusKind kind) {
 }
 
 CommandBarState confirming(std::string text, Shell shell, std::vector<PreviewRow> rows) {
-    const bool isDestructive = shell.destructive;
-    auto state =
-        focused(std::move(text),
-                fmt::format("{}{}\n$ {}", isDestructive ? "⚠️ DESTRUCTIVE — " : "", shell.explanation, shell.command),
-                isDestructive ? StatusKind::failure : StatusKind::confirm);
+    auto state = focused(
+        std::move(text),
+        fmt::format("{}{}\n$ {}", shell.destructive ? "⚠️ DESTRUCTIVE — " : "", shell.explanation, shell.command),
+        needsPermission(Action(shell)) ? StatusKind::failure : StatusKind::confirm);
     state.pending = PendingAction{std::move(shell), {}, std::move(rows)};
     return state;
 }
