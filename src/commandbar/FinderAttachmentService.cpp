@@ -16,7 +16,7 @@ FinderAttachmentService::FinderAttachmentService(CommandBarService& bar, Workspa
       m_workspace(workspace),
       m_dispatcher(dispatcher),
       m_isEnabled(bar.state().autoAttachEnabled),
-      m_activation(workspace.onActivation([this] { syncToFrontApp(); })) {
+      m_activation(workspace.onActivation([this] { syncSoon(); })) {
     syncToFrontApp();
 }
 
@@ -30,7 +30,14 @@ void FinderAttachmentService::setEnabled(bool isEnabled) {
     }
 }
 
+void FinderAttachmentService::syncSoon() {
+    // Windows may change hands many times in a row: where the last one is counts.
+    if (!m_soon)
+        m_soon = m_dispatcher.runAfter(0ms, [this] { syncToFrontApp(); });
+}
+
 void FinderAttachmentService::syncToFrontApp() {
+    m_soon.reset();
     if (!m_isEnabled)
         return;
     if (m_workspace.frontmostApplication() != kFinderIdentifier) {

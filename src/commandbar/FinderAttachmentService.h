@@ -21,12 +21,14 @@ class FinderAttachmentService {
 
   private:
     void syncToFrontApp();
+    void syncSoon();
 
     CommandBarService& m_bar;
     Workspace& m_workspace;
     Dispatcher& m_dispatcher;
     bool m_isEnabled;
     std::unique_ptr<ScheduledTask> m_followTimer;
+    std::unique_ptr<ScheduledTask> m_soon;
     Subscription m_activation;
 };
 

@@ -25,12 +25,20 @@ TEST(FinderAttachment, DocksFollowsAndHidesWithTheFileManager) {
     bar.dispatcher->advance(150ms);
     EXPECT_EQ(bar.window.frame().x, 170) << "it goes on following";
 
+    const auto switchTo = [&](const std::optional<std::string>& application) {
+        bar.finder.workspace.switchTo(application);
+        bar.dispatcher->advance(0ms);
+    };
+    bar.service->inputChanged("zip");
     bar.finder.workspace.switchTo("org.example.editor");
+    switchTo(std::string(kFinderIdentifier));
+    EXPECT_EQ(bar.state().text, "zip") << "nobody sees a moment elsewhere";
+    switchTo("org.example.editor");
     EXPECT_FALSE(bar.window.isVisible());
     EXPECT_FALSE(attachment.isFollowing());
-    bar.finder.workspace.switchTo(std::nullopt);
+    switchTo(std::nullopt);
     EXPECT_FALSE(bar.window.isVisible());
-    bar.finder.workspace.switchTo(std::string(kFinderIdentifier));
+    switchTo(std::string(kFinderIdentifier));
     EXPECT_TRUE(bar.window.isVisible());
     EXPECT_EQ(bar.window.frame().width, 300);
 
