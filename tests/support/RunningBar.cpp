@@ -9,8 +9,20 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <sstream>
+#include <string>
 
 namespace torvo::testing {
+
+namespace {
+
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+constexpr double kSlowness = 1;
+#else
+constexpr double kSlowness = 10;
+#endif
+
+} // namespace
 
 RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_session(session) {
     if (firstLaunch == FirstLaunch::no) {
@@ -25,17 +37,22 @@ RunningBar::RunningBar(DesktopSession& session, FirstLaunch firstLaunch) : m_ses
 }
 
 RunningBar::~RunningBar() {
-    // Painting waits for the X server, which a busy machine keeps waiting itself; but no other program is waited for.
-    EXPECT_LT(longestTurn(), 200) << "the main thread was kept busy: " << readFile(turns());
+    const auto text = readFile(turns());
+    std::istringstream lines(text);
+    const auto milliseconds = [&lines] {
+        std::string line;
+        return std::getline(lines, line) ? std::strtod(line.c_str(), nullptr) : 0;
+    };
+    // Painting and looking for windows wait for the X server, which a busy machine keeps from its answers: up to 190 ms
+    // were seen beside compilers. Waits for another program last longer.
+    EXPECT_LT(milliseconds(), 400 * kSlowness) << "the main thread was kept waiting:\n" << text;
+    // The time of one picture on the screen; the most there was, 11 ms, is the first sight of the settings.
+    EXPECT_LT(milliseconds(), 16 * kSlowness) << "the main thread was kept busy:\n" << text;
     EXPECT_EQ(complaints(), "");
 }
 
 std::string RunningBar::complaints() const {
     return readFile(errors());
-}
-
-double RunningBar::longestTurn() const {
-    return std::strtod(readFile(turns()).c_str(), nullptr);
 }
 
 std::optional<xcb_window_t> RunningBar::window(std::string_view title) const {

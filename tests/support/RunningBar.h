@@ -39,9 +39,6 @@ class RunningBar {
 
     /// What it wrote to standard error.
     [[nodiscard]] std::string complaints() const;
-    /// How long the bar's main thread took for one event at most, in milliseconds.
-    [[nodiscard]] double longestTurn() const;
-
     /// Asks it to end, as a session does at log-out, and waits until it has; its exit status.
     [[nodiscard]] int quit();
 

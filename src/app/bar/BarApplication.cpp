@@ -9,7 +9,9 @@
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <ctime>
 #include <string_view>
+#include <utility>
 
 namespace torvo {
 
@@ -22,7 +24,7 @@ void BarApplication::watchTurns(const std::string& file) {
 
 /// The file holds the time on a processor, the time in wait for one, both in nanoseconds, and a count (Linux,
 /// Documentation/scheduler/sched-stats.rst).
-std::optional<qint64> BarApplication::ownTime() const {
+std::optional<qint64> BarApplication::waitedTime() const {
     std::array<char, 96> text{};
     const auto length = ::pread(m_schedule.get(), text.data(), text.size(), 0);
     const std::string_view line(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
@@ -31,7 +33,20 @@ std::optional<qint64> BarApplication::ownTime() const {
     if (space == std::string_view::npos ||
         std::from_chars(line.data() + space + 1, line.data() + line.size(), waited).ec != std::errc())
         return std::nullopt;
-    return std::chrono::steady_clock::now().time_since_epoch().count() - waited;
+    return waited;
+}
+
+std::optional<BarApplication::Time> BarApplication::time() const {
+    timespec busy{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &busy);
+    for (auto waited = waitedTime(); waited;) {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+        // A wait between two readings would count for one of them alone.
+        const auto before = std::exchange(waited, waitedTime());
+        if (waited == before)
+            return Time{now - *before, busy.tv_sec * 1'000'000'000 + busy.tv_nsec};
+    }
+    return std::nullopt;
 }
 
 bool BarApplication::notify(QObject* receiver, QEvent* event) {
@@ -41,21 +56,34 @@ bool BarApplication::notify(QObject* receiver, QEvent* event) {
     const auto* kind = QMetaEnum::fromType<QEvent::Type>().valueToKey(event->type());
     const std::string what = fmt::format("{} for {}", kind == nullptr ? "event" : kind,
                                          receiver == nullptr ? "nobody" : receiver->metaObject()->className());
-    const auto before = ownTime();
+    const auto before = time();
     ++m_depth;
     const bool isHandled = QApplication::notify(receiver, event);
     --m_depth;
-    const auto after = ownTime();
-    if (before && after && *after - *before > m_longest)
-        record(*after - *before, what);
+    if (const auto after = time(); before && after)
+        record({after->own - before->own, after->busy - before->busy}, what);
     return isHandled;
 }
 
-void BarApplication::record(qint64 nanoseconds, const std::string& what) {
-    m_longest = nanoseconds;
-    const auto line = fmt::format("{:.2f} {}\n", static_cast<double>(nanoseconds) / 1e6, what);
+void BarApplication::record(const Time& took, const std::string& what) {
+    const bool isLongest = took.own > m_longest.own;
+    const bool isBusiest = took.busy > m_longest.busy;
+    if (!isLongest && !isBusiest)
+        return;
+    const auto line = [&](qint64 nanoseconds) {
+        return fmt::format("{:.2f} {}\n", static_cast<double>(nanoseconds) / 1e6, what);
+    };
+    if (isLongest) {
+        m_longest.own = took.own;
+        m_longestLine = line(took.own);
+    }
+    if (isBusiest) {
+        m_longest.busy = took.busy;
+        m_busiestLine = line(took.busy);
+    }
+    const auto text = m_longestLine + m_busiestLine;
     (void)!::ftruncate(m_report.get(), 0);
-    (void)!::pwrite(m_report.get(), line.data(), line.size(), 0);
+    (void)!::pwrite(m_report.get(), text.data(), text.size(), 0);
 }
 
 } // namespace torvo

@@ -15,21 +15,33 @@ class BarApplication final : public QApplication {
   public:
     BarApplication(int& count, char** values);
 
-    /// From now on writes to that file, replacing what it holds, how long the longest turn took in milliseconds and
-    /// what was handled in it, whenever there is a longer one.
+    /// From now on keeps two lines in that file: how long the longest turn took in milliseconds and what was handled in
+    /// it, and the same of the turn that was on a processor for longest.
     void watchTurns(const std::string& file);
 
     bool notify(QObject* receiver, QEvent* event) override;
 
   private:
-    /// Nanoseconds in which the thread ran or slept, since some moment; absent when the kernel does not tell.
-    [[nodiscard]] std::optional<qint64> ownTime() const;
-    void record(qint64 nanoseconds, const std::string& what);
+    /// Nanoseconds in which the thread waited for a processor; absent when the kernel does not tell.
+    [[nodiscard]] std::optional<qint64> waitedTime() const;
+    /// In nanoseconds, since some moment.
+    struct Time {
+        /// In which the thread ran or slept.
+        qint64 own = 0;
+        /// In which it ran.
+        qint64 busy = 0;
+    };
+    /// Absent when the kernel does not tell.
+    [[nodiscard]] std::optional<Time> time() const;
+    void record(const Time& took, const std::string& what);
 
     Descriptor m_report;
     /// The kernel's account of this thread.
     Descriptor m_schedule;
-    qint64 m_longest = 0;
+    /// The most of each.
+    Time m_longest;
+    std::string m_longestLine;
+    std::string m_busiestLine;
     int m_depth = 0;
 };
 

@@ -295,7 +295,6 @@ TEST_F(RandomUseJourneyTest, LeavesTheBarAsItWas) {
     const auto after = testing::footprint(bar->pid());
     RecordProperty("bytes_before", std::to_string(before->memory));
     RecordProperty("bytes_after", std::to_string(after.memory));
-    RecordProperty("longest_turn", std::to_string(bar->longestTurn()));
     EXPECT_LE(after.memory, before->memory + kMayGrow);
     EXPECT_LE(after.descriptors, before->descriptors + kMayOpen);
     EXPECT_LE(after.threads, before->threads + kMayOpen);
