@@ -5,6 +5,7 @@
 #include "desktop/ClipboardService.h"
 #include "planning/RulesStore.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -37,15 +38,18 @@ void CommandBarService::withContext(std::function<void(const FinderContext& cont
 }
 
 void CommandBarService::refreshContext(Reading way) {
+    if (const auto dropped = droppedContext())
+        showContext(*dropped);
+    m_wantedReading = std::max(m_wantedReading.value_or(way), way);
+}
+
+void CommandBarService::readContext(Reading way) {
     struct Answer {
         FinderContext context;
         bool isSelectionKnown = true;
         bool hasClipboardContent = false;
     };
-    const auto dropped = droppedContext();
-    const bool isDropped = dropped.has_value();
-    if (dropped)
-        showContext(*dropped);
+    const bool isDropped = droppedContext().has_value();
     const auto number = ++*m_contextReads;
     const auto read = [&finder = m_services.finder, &pasteboard = m_services.pasteboard, way, isDropped,
                        reads = m_contextReads, number] {

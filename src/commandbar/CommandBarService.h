@@ -34,6 +34,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace torvo {
@@ -126,13 +127,17 @@ class CommandBarService {
     void clearLog();
 
   private:
-    /// While one lives, changes are collected; the listeners are told once, when the last one ends.
+    /// While one lives, changes are collected; the listeners are told once, when the last one ends, and then the file
+    /// manager is asked once if it is to be.
     class Turn {
       public:
         explicit Turn(CommandBarService& service) : m_service(service) { ++m_service.m_turns; }
         ~Turn() {
-            if (--m_service.m_turns == 0)
-                m_service.m_observers.notify();
+            if (--m_service.m_turns > 0)
+                return;
+            m_service.m_observers.notify();
+            if (const auto way = std::exchange(m_service.m_wantedReading, std::nullopt))
+                m_service.readContext(*way);
         }
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
@@ -147,8 +152,10 @@ class CommandBarService {
     /// by then.
     void withContext(std::function<void(const FinderContext& context)> then);
     enum class Reading { byLooking, byAllMeans };
-    /// Has the line about the context and the chips follow what is selected now, as far as that can be had.
+    /// Has the line about the context and the chips follow what is selected now, as far as that can be had. Asks at the
+    /// end of the turn.
     void refreshContext(Reading way);
+    void readContext(Reading way);
     void showContext(const FinderContext& context, bool isSelectionKnown = true);
     void selectInFinder(std::vector<FileURL> files);
     void keyWindowChanged(bool isKey);
@@ -233,6 +240,7 @@ class CommandBarService {
     std::uint64_t m_requestToken = 0;
     /// Expires with the controller.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    std::optional<Reading> m_wantedReading;
     /// How often the context was asked for: only the last answer counts.
     std::shared_ptr<std::atomic<std::uint64_t>> m_contextReads = std::make_shared<std::atomic<std::uint64_t>>();
     /// Ends the runs that were started, also those that the bar has turned away from.
