@@ -3,6 +3,8 @@
 #include "linux/qt/QtDesktopPoints.h"
 
 #include <QCloseEvent>
+#include <QTimer>
+#include <chrono>
 #include <utility>
 
 namespace torvo {
@@ -11,6 +13,9 @@ namespace {
 
 /// _NET_WM_DESKTOP of a window that is on all of them (Extended Window Manager Hints).
 constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
+
+/// So long the window manager may take to hand over the keyboard.
+constexpr std::chrono::seconds kHandOver{1};
 
 } // namespace
 
@@ -21,6 +26,24 @@ class QtPanel::Window final : public QWidget {
         setAttribute(Qt::WA_TranslucentBackground);
         setAttribute(Qt::WA_QuitOnClose, false);
         setWindowTitle("Torvo");
+        m_handOver.setSingleShot(true);
+        m_handOver.setInterval(kHandOver);
+        connect(&m_handOver, &QTimer::timeout, this, [this] { tell(isActiveWindow()); });
+    }
+
+    /// Counts as having the keyboard from now on, and no longer when it has not come in time: what is shown before
+    /// would have to be drawn anew.
+    void expectKey() {
+        if (m_isKey)
+            return;
+        m_handOver.start();
+        tell(true);
+    }
+    void tell(bool isKey) {
+        if (!isKey || isActiveWindow())
+            m_handOver.stop();
+        if (std::exchange(m_isKey, isKey) != isKey && keyChanged)
+            keyChanged(isKey);
     }
 
     std::function<void(bool isKey)> keyChanged;
@@ -50,12 +73,8 @@ class QtPanel::Window final : public QWidget {
     }
 
   private:
-    void tell(bool isKey) {
-        if (std::exchange(m_isKey, isKey) != isKey && keyChanged)
-            keyChanged(isKey);
-    }
-
     bool m_isKey = false;
+    QTimer m_handOver;
 };
 
 QtPanel::QtPanel(X11Connection& connection) : m_connection(connection), m_window(std::make_unique<Window>()) {
@@ -84,7 +103,7 @@ void QtPanel::setContent(QWidget* content) {
 }
 
 bool QtPanel::isVisible() const {
-    return m_window->isVisible();
+    return m_isComing || m_window->isVisible();
 }
 
 Rect QtPanel::frame() const {
@@ -98,19 +117,48 @@ void QtPanel::setFrame(const Rect& frame) {
 }
 
 void QtPanel::orderFront() {
-    const auto id = static_cast<xcb_window_t>(m_window->winId());
+    if (m_window->isVisible())
+        return raise();
+    // Whoever shows the panel sets its content and its size next. Both are there when it comes up: the window manager
+    // places it once, and it is drawn once.
+    if (!std::exchange(m_isComing, true))
+        QMetaObject::invokeMethod(m_window.get(), [this] { comeUp(); }, Qt::QueuedConnection);
+}
+
+void QtPanel::comeUp() {
+    if (!std::exchange(m_isComing, false))
+        return;
     m_window->show();
+    raise();
+    if (std::exchange(m_isKeyWanted, false))
+        askForKey();
+}
+
+void QtPanel::raise() {
     m_window->raise();
-    xcb_ewmh_request_change_wm_desktop(m_connection.hints(), m_connection.screenNumber(), id, kAllDesktops,
+    xcb_ewmh_request_change_wm_desktop(m_connection.hints(), m_connection.screenNumber(),
+                                       static_cast<xcb_window_t>(m_window->winId()), kAllDesktops,
                                        XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
     xcb_flush(m_connection.get());
 }
 
 void QtPanel::orderOut() {
+    m_isComing = false;
+    m_isKeyWanted = false;
     m_window->hide();
+    m_window->tell(false);
 }
 
 void QtPanel::makeKey() {
+    if (m_isComing)
+        m_isKeyWanted = true;
+    else
+        askForKey();
+    if (isVisible())
+        m_window->expectKey();
+}
+
+void QtPanel::askForKey() {
     m_window->activateWindow();
     // Window managers may refuse the keyboard to a program that the user did not touch last; the shortcut was pressed.
     m_connection.activate(static_cast<xcb_window_t>(m_window->winId()));

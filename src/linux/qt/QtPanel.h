@@ -9,7 +9,7 @@
 namespace torvo {
 
 /// The panel as a tool window without a frame, above others and on every virtual desktop. Showing it takes the keyboard
-/// from nobody.
+/// from nobody. It counts as shown, and as having the keyboard, from the moment it is told to.
 class QtPanel final : public Panel {
   public:
     /// `connection` must outlive the object.
@@ -36,8 +36,15 @@ class QtPanel final : public Panel {
   private:
     class Window;
 
+    void comeUp();
+    void raise();
+    void askForKey();
+
     X11Connection& m_connection;
     std::unique_ptr<Window> m_window;
+    /// It is to be shown as soon as what goes on has come to its end, and to be given the keyboard then.
+    bool m_isComing = false;
+    bool m_isKeyWanted = false;
 };
 
 } // namespace torvo
