@@ -22,9 +22,9 @@ std::string imageTool() {
     return programFolder().appendingPath("sips").path();
 }
 
-/// The module with the HTTP client, in ../libexec/torvo/ beside the folder of the program.
-std::string httpModule() {
-    return programFolder().deletingLastPathComponent().appendingPath("libexec/torvo/torvo-http.so").path();
+/// The program with the HTTP client, in ../libexec/torvo/ beside the folder of the program.
+std::string httpProgram() {
+    return programFolder().deletingLastPathComponent().appendingPath("libexec/torvo/torvo-http").path();
 }
 
 std::string_view variable(const char* name) {
@@ -77,7 +77,7 @@ Services::Services(Dispatcher* dispatcher)
                          ? std::nullopt
                          : std::optional<SettingsBeside>(std::in_place, settingsFile, diskQueue, *dispatcher)),
       defaults(settingsBeside ? static_cast<UserDefaults&>(*settingsBeside) : settingsFile),
-      session(httpModule()),
+      session(httpProgram()),
       log(commandLogFile(), defaults, diskQueue),
       environment{{.imageTool = imageTool()}, applicationSupportFolder()},
       executor(presets, {defaults, session, processes, log, environment}) {}

@@ -2,7 +2,7 @@
 
 #include "execution/CommandLog.h"
 #include "linux/LinuxProcessHost.h"
-#include "linux/LoadedHttpSession.h"
+#include "linux/ProgramHttpSession.h"
 #include "linux/SettingsBeside.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
@@ -37,7 +37,7 @@ struct Services {
     ThreadQueue diskQueue;
     std::optional<SettingsBeside> settingsBeside;
     UserDefaults& defaults;
-    LoadedHttpSession session;
+    ProgramHttpSession session;
     CommandLog log;
     RunnerEnvironment environment;
     PresetPlanner presets;

@@ -1,7 +1,6 @@
 #include "linux/CurlHttpSession.h"
 
 #include "linux/HttpAddress.h"
-#include "linux/LoadedHttpSession.h"
 #include "tests/support/ModelServer.h"
 
 #include <gmock/gmock.h>
@@ -336,18 +335,6 @@ TEST(CurlHttpSession, UsesTheProxyOfTheEnvironmentButNotForThisMachine) {
     ::unsetenv("http_proxy");
     ASSERT_EQ(proxy.requests().size(), 1u);
     EXPECT_EQ(proxy.requests()[0].path, "http://model.example:8080/v1/models");
-}
-
-TEST(LoadedHttpSession, AsksThroughItsModuleAndSaysWhichOneIsMissing) {
-    ModelServer server;
-    server.queue(ScriptedReply::status(201, "why"));
-    const Result reply =
-        LoadedHttpSession(TORVO_BIN_DIR "/../libexec/torvo/torvo-http.so").perform({.url = server.url()}, {});
-    ASSERT_TRUE(reply) << shown(reply);
-    EXPECT_EQ(reply->body, "why");
-    LoadedHttpSession broken("/nowhere/torvo-http.so");
-    for (int i = 0; i < 2; ++i)
-        EXPECT_THAT(shown(broken.perform({.url = server.url()}, {})), StartsWith("Torvo's network module /nowhere/"));
 }
 
 TEST(HttpAddress, KnowsThisMachineByItsNamesAndNumbers) {

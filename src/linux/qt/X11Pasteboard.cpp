@@ -30,11 +30,18 @@ std::optional<std::string> pngOf(const QImage& image) {
     return bytes.toStdString();
 }
 
-/// The first target that is a picture which can be read; empty when there is none.
+/// The first target that is a picture which can be read; empty when there is none. What can be read is asked only about
+/// pictures: the answer loads every format's library, for good.
 std::string readablePicture(const std::vector<std::string>& targets) {
-    static const auto readable = QImageReader::supportedMimeTypes();
-    const auto found = std::ranges::find_if(
-        targets, [](const auto& each) { return readable.contains(QByteArray::fromStdString(each)); });
+    if (std::ranges::find(targets, kPng) != targets.end())
+        return std::string(kPng);
+    const auto isReadable = [](const std::string& target) {
+        if (!target.starts_with("image/"))
+            return false;
+        static const auto readable = QImageReader::supportedMimeTypes();
+        return readable.contains(QByteArray::fromStdString(target));
+    };
+    const auto found = std::ranges::find_if(targets, isReadable);
     return found == targets.end() ? "" : *found;
 }
 
