@@ -12,6 +12,19 @@ namespace {
 /// The desktop of a window that is on every one (Extended Window Manager Hints, _NET_WM_DESKTOP).
 constexpr std::uint32_t kEveryDesktop = 0xFFFFFFFF;
 
+/// The second text of WM_CLASS; empty when there is none.
+std::string classOf(const xcb_get_property_reply_t* reply) {
+    if (reply == nullptr)
+        return {};
+    const std::string_view texts(static_cast<const char*>(xcb_get_property_value(reply)),
+                                 static_cast<std::size_t>(xcb_get_property_value_length(reply)));
+    const auto second = texts.find('\0');
+    if (second == std::string_view::npos)
+        return {};
+    const auto name = texts.substr(second + 1);
+    return std::string(name.substr(0, name.find('\0')));
+}
+
 } // namespace
 
 void XcbFree::operator()(void* memory) const {
@@ -27,12 +40,16 @@ std::unique_ptr<X11Connection> X11Connection::create() {
     for (int i = 0; i < created->m_screenNumber; ++i)
         xcb_screen_next(&screen);
     created->m_screen = screen.data;
+    constexpr std::string_view frameExtents = "_GTK_FRAME_EXTENTS";
+    const auto asked = xcb_intern_atom(created->m_connection, 0, frameExtents.size(), frameExtents.data());
     auto* atoms = xcb_ewmh_init_atoms(created->m_connection, &created->m_hints);
     if (xcb_ewmh_init_atoms_replies(&created->m_hints, atoms, nullptr) == 0) {
         // The library has released them already.
         created->m_hints = {};
         return nullptr;
     }
+    if (const XcbReply<xcb_intern_atom_reply_t> atom{xcb_intern_atom_reply(created->m_connection, asked, nullptr)})
+        created->m_gtkFrameExtents = atom->atom;
     return created;
 }
 
@@ -67,17 +84,18 @@ std::optional<std::int32_t> X11Connection::pid(xcb_window_t window) {
 }
 
 std::string X11Connection::windowClass(xcb_window_t window) {
-    const auto cookie = xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
-    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
-    if (!reply)
-        return {};
-    const std::string_view texts(static_cast<const char*>(xcb_get_property_value(reply.get())),
-                                 static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
-    const auto second = texts.find('\0');
-    if (second == std::string_view::npos)
-        return {};
-    const auto name = texts.substr(second + 1);
-    return std::string(name.substr(0, name.find('\0')));
+    return windowClasses({window}).front();
+}
+
+std::vector<std::string> X11Connection::windowClasses(const std::vector<xcb_window_t>& windows) {
+    std::vector<xcb_get_property_cookie_t> asked;
+    for (const auto window : windows)
+        asked.push_back(xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256));
+    std::vector<std::string> classes;
+    for (const auto cookie : asked)
+        classes.push_back(
+            classOf(XcbReply<xcb_get_property_reply_t>(xcb_get_property_reply(m_connection, cookie, nullptr)).get()));
+    return classes;
 }
 
 std::string X11Connection::textProperty(xcb_window_t window, const std::string& name) {

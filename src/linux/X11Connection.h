@@ -34,6 +34,8 @@ class X11Connection {
     [[nodiscard]] xcb_ewmh_connection_t* hints() { return &m_hints; }
     [[nodiscard]] xcb_window_t root() const { return m_screen->root; }
     [[nodiscard]] const xcb_screen_t& screen() const { return *m_screen; }
+    /// The property in which GTK tells how far a window's shadow reaches; the hints' library does not know it.
+    [[nodiscard]] xcb_atom_t gtkFrameExtents() const { return m_gtkFrameExtents; }
     /// Which of the server's screens this is.
     [[nodiscard]] int screenNumber() const { return m_screenNumber; }
 
@@ -45,6 +47,8 @@ class X11Connection {
     [[nodiscard]] std::optional<std::int32_t> pid(xcb_window_t window);
     /// The name of the window's application (the second text of WM_CLASS, ICCCM 4.1.2.5); empty when it has none.
     [[nodiscard]] std::string windowClass(xcb_window_t window);
+    /// The same of several windows, in one round trip.
+    [[nodiscard]] std::vector<std::string> windowClasses(const std::vector<xcb_window_t>& windows);
     /// What a text property of a window holds; empty when it has none of that name.
     [[nodiscard]] std::string textProperty(xcb_window_t window, const std::string& name);
     /// The atoms that a window has in a property; empty when it lacks it.
@@ -77,6 +81,7 @@ class X11Connection {
     xcb_ewmh_connection_t m_hints{};
     xcb_screen_t* m_screen = nullptr;
     int m_screenNumber = 0;
+    xcb_atom_t m_gtkFrameExtents = XCB_ATOM_NONE;
     std::vector<std::function<void(const xcb_generic_event_t&)>> m_listeners;
     /// Taken from xcb's own queue, which cannot be looked into otherwise.
     std::deque<XcbReply<xcb_generic_event_t>> m_queue;

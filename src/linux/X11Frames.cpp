@@ -14,8 +14,11 @@ namespace {
 /// Left, right, top, bottom.
 using Extents = std::array<double, 4>;
 
-Extents extents(X11Connection& connection, xcb_window_t window, xcb_atom_t property) {
-    const auto cookie = xcb_get_property(connection.get(), 0, window, property, XCB_ATOM_CARDINAL, 0, 4);
+xcb_get_property_cookie_t askExtents(X11Connection& connection, xcb_window_t window, xcb_atom_t property) {
+    return xcb_get_property(connection.get(), 0, window, property, XCB_ATOM_CARDINAL, 0, 4);
+}
+
+Extents answeredExtents(X11Connection& connection, xcb_get_property_cookie_t cookie) {
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
     Extents sides{};
     if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) == 16) {
@@ -23,12 +26,6 @@ Extents extents(X11Connection& connection, xcb_window_t window, xcb_atom_t prope
         std::copy_n(values, 4, sides.begin());
     }
     return sides;
-}
-
-xcb_atom_t atom(X11Connection& connection, std::string_view name) {
-    const auto cookie = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 /// What RANDR says of the monitors; nothing where the server lacks it.
@@ -80,16 +77,19 @@ Rect primaryMonitor(X11Connection& connection) {
 }
 
 std::optional<Rect> windowFrameOnDesktop(X11Connection& connection, xcb_window_t window) {
+    // All are asked before any is answered: the bar's place waits for this one round trip.
     const auto geometryCookie = xcb_get_geometry(connection.get(), window);
     const auto placeCookie = xcb_translate_coordinates(connection.get(), window, connection.root(), 0, 0);
+    const auto outerCookie = askExtents(connection, window, connection.hints()->_NET_FRAME_EXTENTS);
+    const auto shadowCookie = askExtents(connection, window, connection.gtkFrameExtents());
     const XcbReply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection.get(), geometryCookie, nullptr));
     const XcbReply<xcb_translate_coordinates_reply_t> place(
         xcb_translate_coordinates_reply(connection.get(), placeCookie, nullptr));
+    const auto outer = answeredExtents(connection, outerCookie);
+    const auto shadow = answeredExtents(connection, shadowCookie);
     if (!geometry || !place)
         return std::nullopt;
-    const auto outer = extents(connection, window, connection.hints()->_NET_FRAME_EXTENTS);
-    const auto shadow = extents(connection, window, atom(connection, "_GTK_FRAME_EXTENTS"));
     Extents sides{};
     for (std::size_t i = 0; i < sides.size(); ++i)
         sides.at(i) = outer.at(i) - shadow.at(i);

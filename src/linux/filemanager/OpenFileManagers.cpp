@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 
 namespace torvo {
 
@@ -43,9 +42,12 @@ std::vector<xcb_window_t> OpenFileManagers::windows() {
     if (screen == nullptr)
         return {};
     std::vector<xcb_window_t> result;
-    for (const auto window : screen->stackedWindows() | std::views::reverse)
-        if (isFileManager(screen->windowClass(window)) && isOrdinary(*screen, window) && screen->isOnScreen(window))
-            result.push_back(window);
+    auto stacked = screen->stackedWindows();
+    std::ranges::reverse(stacked);
+    const auto classes = screen->windowClasses(stacked);
+    for (std::size_t i = 0; i < stacked.size(); ++i)
+        if (isFileManager(classes[i]) && isOrdinary(*screen, stacked[i]) && screen->isOnScreen(stacked[i]))
+            result.push_back(stacked[i]);
     if (const auto first = std::ranges::find(result, workedIn().value_or(XCB_WINDOW_NONE)); first != result.end())
         std::rotate(result.begin(), first, std::next(first));
     return result;
