@@ -15,6 +15,7 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
+#include <vector>
 
 namespace torvo {
 namespace {
@@ -131,6 +132,34 @@ TEST_F(QtPanelTest, StaysWhereItHangsOverItsMonitorInAFractionalScale) {
         EXPECT_NEAR(place.x, 850, 1) << "120 points of it are on the window's monitor";
         EXPECT_EQ(place.width, 525);
     }
+}
+
+TEST_F(QtPanelTest, CountsAsShownAndAsHavingTheKeyboardBeforeItIsDrawn) {
+    start({{{0, 0, 2000, 900}, 1}});
+    std::vector<bool> told;
+    panel->setKeyChangeAction([&](bool isKey) { told.push_back(isKey); });
+    panel->makeKey();
+    EXPECT_EQ(told, std::vector<bool>()) << "a hidden panel has no keyboard";
+
+    panel->orderFront();
+    panel->makeKey();
+    EXPECT_TRUE(panel->isVisible());
+    EXPECT_FALSE(panel->window().isVisible());
+    EXPECT_EQ(told, std::vector<bool>{true});
+    QApplication::processEvents();
+    EXPECT_TRUE(panel->window().isVisible());
+    EXPECT_EQ(told, std::vector<bool>{true});
+    panel->orderOut();
+    EXPECT_EQ(told, (std::vector<bool>{true, false}));
+
+    // Called and sent away at once: it never comes up.
+    panel->orderFront();
+    panel->makeKey();
+    panel->orderOut();
+    QApplication::processEvents();
+    EXPECT_FALSE(panel->isVisible());
+    EXPECT_FALSE(panel->window().isVisible());
+    EXPECT_EQ(told, (std::vector<bool>{true, false, true, false}));
 }
 
 } // namespace
