@@ -144,7 +144,7 @@ TEST_F(SettingsViewTest, TogglesAreStoredAndThoseThatCannotBeGoBack) {
     click(*view, "Preview every command before running (dry-run)");
     desk.bar.dispatcher->runPending();
     EXPECT_FALSE(isChecked(*view, "Preview every command before running (dry-run)")) << "what is stored counts";
-    EXPECT_TRUE(showsLine("Could not save the setting: "));
+    EXPECT_TRUE(showsLine("Could not save the settings: "));
 }
 
 TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
@@ -182,7 +182,7 @@ TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
     breakSettings();
     click(*view, "Remove web");
     desk.bar.dispatcher->runPending();
-    EXPECT_TRUE(showsLine("Could not save the rules: "));
+    EXPECT_TRUE(showsLine("Could not save the settings: "));
 }
 
 TEST_F(SettingsViewTest, ModelOfferFollowsOllamaAndTheModelsThatAreThere) {

@@ -62,6 +62,9 @@ class QtPanel::Window final : public QWidget {
             tell(isActiveWindow());
     }
     void closeEvent(QCloseEvent* event) override {
+        // The program's own end closes it as well.
+        if (!event->spontaneous())
+            return QWidget::closeEvent(event);
         // Closing would destroy the window that others know by its number.
         event->ignore();
         if (closed)

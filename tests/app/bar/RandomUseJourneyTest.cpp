@@ -74,12 +74,18 @@ class RandomUseJourneyTest : public testing::BarJourney {
 
     /// Has the bar have nothing to do, and the folder be as it was; what must hold then.
     void rest() {
-        takeOver();
-        session.activate(session.window());
+        ASSERT_TRUE(session.desktop().eventually([&] {
+            takeOver();
+            session.display().activate(session.window());
+            return testing::eventually([&] { return session.display().activeWindow() == session.window(); }, 300ms);
+        }));
+        // Of the file manager, whose filter may have got letters that were meant for the bar.
+        session.press("Escape");
         const auto isIdle = [&] {
-            if (bar->isKey())
+            const bool isWorking = !process_table::children(bar->pid()).empty();
+            if (isWorking ? isCalled() : bar->isKey())
                 session.press("Escape");
-            return !bar->isKey() && process_table::children(bar->pid()).empty();
+            return !isWorking && !bar->isKey();
         };
         ASSERT_TRUE(session.desktop().eventually(isIdle)) << "something goes on after all was cancelled";
         EXPECT_EQ(bar->complaints(), "");
@@ -228,9 +234,10 @@ class RandomUseJourneyTest : public testing::BarJourney {
     }
     void sends() {
         const std::array<std::vector<std::string>, 3> messages{
-            {{"toggle"}, {"prefill", "select all"}, {"drop", files.path()}}};
+            {{"toggle"}, {"prefill", "select all"}, {"drop", (files / kNames[0]).path()}}};
         const auto sent = testing::run(pick(messages), {.program = TORVO_BIN_DIR "/torvo"});
-        EXPECT_EQ(sent.status, 0) << sent.errors;
+        // What is to be dropped may have gone meanwhile.
+        EXPECT_TRUE(sent.status == 0 || !(files / kNames[0]).exists()) << sent.errors;
     }
     void moves() {
         const auto window = std::to_string(session.window());
@@ -240,8 +247,12 @@ class RandomUseJourneyTest : public testing::BarJourney {
     }
     void goesElsewhere() {
         const testing::XWindow editor(session.display(), "Editor", 4711);
-        session.activate(editor.id());
-        (void)did("went elsewhere", [&] { return testing::eventually([&] { return !bar->isShown(); }, kSoon); });
+        session.display().activate(editor.id());
+        // A window that the file manager opens just now may take the front.
+        (void)did("went elsewhere", [&] {
+            return testing::eventually(
+                [&] { return session.display().activeWindow() == editor.id() && !bar->isShown(); }, kSoon);
+        });
     }
     void looksInto(const std::pair<const char*, const char*>& entry) {
         const auto& [item, title] = entry;
