@@ -195,9 +195,9 @@ void DolphinWindow::select(const std::vector<std::string>& items, Deadline deadl
     g_variant_builder_init(&addresses, G_VARIANT_TYPE("as"));
     for (const auto& item : here)
         g_variant_builder_add(&addresses, "s", fileURLText(item).c_str());
-    (void)m_access.session.call(
-        {m_busName, "/org/freedesktop/FileManager1", "org.freedesktop.FileManager1", "ShowItems"},
-        g_variant_new("(ass)", &addresses, ""), nullptr, remaining(deadline));
+    // What other programs ask for to show items (org.freedesktop.FileManager1) would take the keyboard as well.
+    (void)m_access.session.call({m_busName, object(deadline), "org.kde.dolphin.MainWindow", "openFiles"},
+                                g_variant_new("(asb)", &addresses, FALSE), nullptr, remaining(deadline));
 }
 
 } // namespace torvo

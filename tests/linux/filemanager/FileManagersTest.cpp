@@ -68,6 +68,22 @@ TEST_P(FileManagersTest, TellWhatIsSelectedAndTakeASelection) {
     EXPECT_THAT(manager.processes(), ElementsAre(session.pid()));
 }
 
+TEST_P(FileManagersTest, TakeASelectionWhileAnotherProgramKeepsTheKeyboard) {
+    for (const char* name : {"a.png", "b.png"})
+        files.file(name, "content");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    auto& display = session.display();
+    const testing::XWindow editor(display, "Editor", 4711);
+    session.activate(editor.id());
+    for (const auto& names : {std::vector<std::string>{"a.png"}, {"b.png"}, {}}) {
+        session.fileManagers().select(pathsOf(names));
+        EXPECT_TRUE(session.selectionBecomes(names));
+    }
+    EXPECT_EQ(display.activeWindow(), editor.id());
+    EXPECT_EQ(display.stackedWindows().back(), editor.id());
+}
+
 TEST_P(FileManagersTest, AreLeftAloneWhileTheyHang) {
     files.file("a.png", "content");
     ASSERT_TRUE(session.open(GetParam(), files.url()));
