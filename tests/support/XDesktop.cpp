@@ -171,4 +171,27 @@ void XWindow::setProperty(const std::string& name, const std::vector<std::uint32
     xcb_flush(m_connection.get());
 }
 
+KeyboardGrab::KeyboardGrab() {
+    auto* connection = m_connection->get();
+    m_connection->listen([this](const xcb_generic_event_t& event) {
+        m_keyPresses += (event.response_type & 0x7F) == XCB_KEY_PRESS ? 1 : 0;
+    });
+    // Until the program that had it before has let go of it.
+    EXPECT_TRUE(testing::eventually([&] {
+        const XcbReply<xcb_grab_keyboard_reply_t> reply(
+            xcb_grab_keyboard_reply(connection,
+                                    xcb_grab_keyboard(connection, 0, m_connection->root(), XCB_CURRENT_TIME,
+                                                      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                    nullptr));
+        return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+    }));
+}
+
+int KeyboardGrab::keyPresses() {
+    // What the server sent before its answer is there with it.
+    (void)m_connection->activeWindow();
+    m_connection->dispatch();
+    return m_keyPresses;
+}
+
 } // namespace torvo::testing

@@ -75,4 +75,17 @@ class XWindow {
     xcb_window_t m_window;
 };
 
+/// A program that has grabbed the keyboard, as an open menu does.
+class KeyboardGrab {
+  public:
+    KeyboardGrab();
+
+    /// How many keys were pressed into it by now.
+    [[nodiscard]] int keyPresses();
+
+  private:
+    std::unique_ptr<X11Connection> m_connection = X11Connection::create();
+    int m_keyPresses = 0;
+};
+
 } // namespace torvo::testing

@@ -18,7 +18,7 @@ bool pressInWindow(xcb_window_t window, const std::vector<xcb_keysym_t>& keys) {
     if (display == nullptr)
         return false;
     const auto end = std::chrono::steady_clock::now() + kReleaseTime;
-    while (!isNothingHeld(*display)) {
+    while (!isKeyboardFree(*display)) {
         if (std::chrono::steady_clock::now() >= end)
             return false;
         std::this_thread::sleep_for(kPause);

@@ -305,6 +305,27 @@ TEST(ThunarWindowTest, OpensNoMenuAndGoesBackToItsView) {
     EXPECT_EQ(focus(), front);
 }
 
+/// An open menu, or a virtual machine, gets every key whatever window has the keyboard.
+TEST(ThunarWindowTest, PressesNoKeysWhileAProgramHasGrabbedTheKeyboard) {
+    testing::TemporaryFolder files;
+    for (const char* name : {"a.png", "b.png"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    ASSERT_TRUE(session.open({"thunar", "Thunar"}, files.url()));
+    ASSERT_TRUE(session.selectsAll(2));
+    // One that has seen nothing of this window yet.
+    SessionBus bus;
+    FileManagers manager(bus);
+    {
+        testing::KeyboardGrab menu;
+        EXPECT_THAT(manager.selection(), IsEmpty());
+        manager.select({(files / "a.png").path()});
+        EXPECT_EQ(menu.keyPresses(), 0);
+    }
+    EXPECT_TRUE(testing::eventually([&] { return manager.selection().size() == 2; }, std::chrono::seconds(10)))
+        << "it was not taken for nothing selected";
+}
+
 /// Items of a folder that was opened in place have names like those beside it.
 TEST(DolphinWindowTest, TellsItemsOfOpenedFoldersFromThoseBesideThem) {
     if (!testing::hasAllFileManagers())
