@@ -2,6 +2,7 @@
 
 #include "linux/FileLock.h"
 #include "linux/X11Frames.h"
+#include "support/FileURL.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,6 +33,12 @@ std::optional<FileLock> turnAmongPrograms() {
         return std::nullopt;
     auto lock = FileLock::take(std::string(folder) + "/torvo-file-manager.lock", kSelectTime);
     return lock ? std::optional(*std::move(lock)) : std::nullopt;
+}
+
+bool isAnyIn(const std::optional<std::string>& folder, const std::vector<std::string>& items) {
+    return folder && std::ranges::any_of(items, [parent = FileURL(*folder)](const std::string& item) {
+               return FileURL(item).deletingLastPathComponent() == parent;
+           });
 }
 
 /// How far two places are from each other. Toolkits count in points, of which each has one to three pixels.
@@ -189,8 +196,10 @@ void FileManagers::select(const std::vector<std::string>& items) {
     const std::lock_guard guard(m_lock);
     const auto turn = turnAmongPrograms();
     const auto window = m_open.front();
-    if (auto* each = window ? adapter(*window) : nullptr)
-        each->select(items, steady_clock::now() + kSelectTime);
+    auto* each = window ? adapter(*window) : nullptr;
+    const auto deadline = steady_clock::now() + kSelectTime;
+    if (each != nullptr && (items.empty() || isAnyIn(each->folder(deadline), items)))
+        each->select(items, deadline);
 }
 
 bool FileManagers::isAccessible() {

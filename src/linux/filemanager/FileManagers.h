@@ -34,7 +34,8 @@ class FileManagers {
     /// Whether what is selected in the window can be seen without doing anything to it.
     [[nodiscard]] bool showsSelection(xcb_window_t window);
 
-    /// Of the front window.
+    /// Of the front window. Where none of the items is of the folder that it shows, the user has gone on to something
+    /// else, and `select` leaves the selection there alone.
     [[nodiscard]] std::vector<std::string> selection();
     void select(const std::vector<std::string>& items);
     [[nodiscard]] std::optional<std::string> frontFolder();

@@ -160,13 +160,11 @@ std::vector<std::string> NemoWindow::selection(Deadline deadline) {
 void NemoWindow::select(const std::vector<std::string>& items, Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
     const auto list = view(reader);
-    const auto shown = items.empty() ? std::nullopt : folder(deadline);
-    if (!list)
-        return;
-    if (!shown) {
+    if (list && items.empty())
         reader.clearSelection(list->object);
+    const auto shown = items.empty() ? std::nullopt : folder(deadline);
+    if (!list || !shown)
         return;
-    }
     const auto positions = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.clearSelection(list->object);
     if (isTable(list->role))

@@ -114,14 +114,12 @@ std::vector<std::string> PcmanfmQtWindow::selection(Deadline deadline) {
 void PcmanfmQtWindow::select(const std::vector<std::string>& items, Deadline deadline) {
     const AccessibleReader reader(m_access.accessibility, deadline);
     const auto edit = editMenu(reader);
-    const auto shown = items.empty() ? std::nullopt : folder(deadline);
-    const auto list = view(reader);
-    if (!edit)
-        return;
-    if (items.empty() || !shown || !list) {
+    if (edit && items.empty())
         reader.press(edit->deselectAll);
+    const auto shown = items.empty() ? std::nullopt : folder(deadline);
+    const auto list = shown ? view(reader) : std::nullopt;
+    if (!edit || !list)
         return;
-    }
     const auto rows = awaitItems(reader, viewItems(reader, *list), *shown, items);
     reader.press(edit->deselectAll);
     reader.pressAll(reader.cells(*list, rows, 0));

@@ -189,8 +189,11 @@ TEST_P(FileManagersTest, WaitOnlyForWhatTheyMayComeToShow) {
     manager.select(pathsOf({"a.png", ".hidden.png", "listed.png", "elsewhere/b.png", "gone.png"}));
     EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(1500));
     EXPECT_TRUE(session.selectionBecomes({"a.png"}));
-    // Nor for what a filter leaves out, or what was there all the time.
+    // Nor for what lies in another folder: there the user has gone on to something else.
     manager.select(pathsOf({"elsewhere/b.png"}));
+    EXPECT_EQ(session.selectedNames(), std::vector<std::string>{"a.png"});
+    // What is gone from this one is no longer selected.
+    manager.select(pathsOf({"gone.png"}));
     EXPECT_TRUE(session.selectionBecomes({}));
     EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(2500));
 }
