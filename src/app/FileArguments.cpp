@@ -64,6 +64,9 @@ std::expected<std::vector<FileURL>, std::string> filesFromArguments(const std::v
         if (!list)
             return std::unexpected(list.error());
         auto listed = pathsInList(*list, separator);
+        // "None" must not come to mean what no files at all would mean.
+        if (all.empty() && listed.empty())
+            return std::unexpected("the list names no file");
         all.insert(all.end(), std::make_move_iterator(listed.begin()), std::make_move_iterator(listed.end()));
     }
     std::error_code failure;

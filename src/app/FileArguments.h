@@ -13,7 +13,8 @@ namespace torvo {
 [[nodiscard]] std::vector<std::string> pathsInList(std::string_view list, char separator);
 
 /// The files that the command line names: `paths`, then those of the list in the file `listName` ("-": standard input;
-/// empty: no list). Relative paths count from the present folder. The error is one line.
+/// empty: no list). Relative paths count from the present folder. Empty only when neither paths nor a list are given: a
+/// list without files is an error. The error is one line.
 [[nodiscard]] std::expected<std::vector<FileURL>, std::string>
 filesFromArguments(const std::vector<std::string>& paths, const std::string& listName, char separator);
 

@@ -29,7 +29,9 @@ struct CommandArguments {
 
     void addTo(CLI::App& app) {
         app.add_option("COMMAND", command, IntentText::kCommand)->required()->option_text(" ");
-        app.add_option("FILE", paths, IntentText::kFiles)->option_text(" ");
+        app.add_option("FILE", paths,
+                       fmt::format("{} When none are named, the file manager's selection counts.", IntentText::kFiles))
+            ->option_text(" ");
         auto* list =
             app.add_option("--files-from", listName, "Take more files from a list, one a line (-: standard input)");
         list->option_text("LIST");

@@ -39,6 +39,7 @@ The bar that runs on your desktop is reached with these:
   torvo drop FILE...                                     hand files to it
   torvo prefill TEXT                                     show it with a text
 
+Without files, what is selected in the file manager counts.
 What was done is printed first, then the files that came of it, one a line.
 Exit status: 0 done or nothing to do, 1 failed, 2 bad usage, 3 a destructive
 command that was not allowed, 130 cancelled with Ctrl-C.

@@ -98,6 +98,9 @@ TEST_F(CommandLineTest, ExitsWithAStatusAndOneLineOfError) {
         {{"settings", "dryRunPreview", "maybe"}, 2, "", "torvo: dryRunPreview is either on or off\n"},
         {{"rules", "add", " ", "zip"}, 2, "", "torvo: a rule needs a trigger and an expansion\n"},
         {{"run", "--files-from", "/", "zip"}, 2, "", "torvo: cannot read the list /: it is a folder\n"},
+        // What is selected in the file manager is not meant.
+        {{"run", "--files-from", "-", "-0", "zip"}, 2, "", "torvo: the list names no file\n"},
+        {{"plan", "zip", "--files-from", "-"}, 2, "", "torvo: the list names no file\n"},
         {{"run", "--files-from", "none", "zip"},
          2,
          "",

@@ -170,6 +170,10 @@ TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
     const auto second =
         testing::run({"torvo:?files=" + (files / "one.png").path()}, {.program = TORVO_BIN_DIR "/torvo-bar"});
     EXPECT_EQ(second.status, 0) << second.errors;
+    // An empty list is not the file manager's selection.
+    const auto none = torvo({"run", "--files-from", "-", "zip"});
+    EXPECT_EQ(none.status, 2) << none.output;
+    EXPECT_FALSE((files / "Archive.zip").exists());
     // Without files, the file manager's selection counts.
     const auto ran = torvo({"run", "jpg"});
     EXPECT_EQ(ran.status, 0) << ran.errors;
