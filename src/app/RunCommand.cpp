@@ -166,7 +166,7 @@ ExitStatus run(Session& session, const CommandArguments& given, const std::vecto
 ExitStatus plan(Session& session, const CommandArguments& given, const std::vector<FileURL>& files) {
     const auto& executor = session.services.executor;
     const auto stop = session.interruption.token();
-    const auto planned = executor.plan(given.command, files, stop);
+    const auto planned = executor.plan(given.command, files.empty() ? selectedFiles() : files, stop);
     const auto preview = planned ? executor.preview(*planned, homeFolder(), stop) : PreviewResult{};
     session.line.clear();
     if (session.interruption.isRequested())

@@ -175,6 +175,9 @@ TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
     EXPECT_EQ(none.status, 2) << none.output;
     EXPECT_FALSE((files / "Archive.zip").exists());
     // Without files, the file manager's selection counts.
+    const auto planned = torvo({"plan", "jpg"});
+    EXPECT_EQ(planned.status, 0) << planned.errors;
+    EXPECT_FALSE((files / "one.jpg").exists());
     const auto ran = torvo({"run", "jpg"});
     EXPECT_EQ(ran.status, 0) << ran.errors;
     EXPECT_TRUE((files / "one.jpg").exists());
