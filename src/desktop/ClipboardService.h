@@ -12,7 +12,7 @@ namespace torvo {
 /// The clipboard as a source of input files.
 namespace ClipboardService {
 
-/// Whether the clipboard offers files or a picture. Its owner is only asked what it has, not for it.
+/// Whether the clipboard has files or a picture. A picture is not fetched for that.
 [[nodiscard]] bool hasContent(Pasteboard& pasteboard);
 
 /// The picture on the clipboard as the bytes of a PNG file.

@@ -14,7 +14,7 @@ class Pasteboard {
   public:
     virtual ~Pasteboard() = default;
 
-    /// Whether it holds what may name files, without fetching it.
+    /// Whether `fileURLs` would return any.
     [[nodiscard]] virtual bool hasFiles() = 0;
     /// The files on it, in order; addresses that name no file are left out.
     [[nodiscard]] virtual std::vector<FileURL> fileURLs() = 0;

@@ -13,8 +13,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/// How long a program may take to say what it has on the clipboard, and to hand it over: pictures are made on demand.
+/// How long a program may take to say what it has on the clipboard, to hand over a list of files when somebody only
+/// looks, and to hand over what is wanted: pictures are made on demand.
 constexpr std::chrono::milliseconds kOfferTime{300};
+constexpr std::chrono::seconds kLookTime{1};
 constexpr std::chrono::seconds kHandOverTime{5};
 
 constexpr std::string_view kFiles = "text/uri-list";
@@ -57,21 +59,21 @@ std::vector<std::string> X11Pasteboard::targets() {
     return m_clipboard->targets(steady_clock::now() + kOfferTime).value_or(std::vector<std::string>());
 }
 
-std::optional<std::string> X11Pasteboard::bytesOf(std::string_view target) {
+std::optional<std::string> X11Pasteboard::bytesOf(std::string_view target, std::chrono::milliseconds patience) {
     const auto offered = targets();
     if (std::ranges::find(offered, target) == offered.end())
         return std::nullopt;
-    auto form = m_clipboard->read(std::string(target), steady_clock::now() + kHandOverTime);
+    auto form = m_clipboard->read(std::string(target), steady_clock::now() + patience);
     return form && !form->bytes.empty() ? std::optional(std::move(form->bytes)) : std::nullopt;
 }
 
 bool X11Pasteboard::hasFiles() {
-    const auto offered = targets();
-    return std::ranges::find(offered, kFiles) != offered.end();
+    // A list of addresses may be one of web pages.
+    return !filesInUriList(bytesOf(kFiles, kLookTime).value_or("")).empty();
 }
 
 std::vector<FileURL> X11Pasteboard::fileURLs() {
-    return filesInUriList(bytesOf(kFiles).value_or(""));
+    return filesInUriList(bytesOf(kFiles, kHandOverTime).value_or(""));
 }
 
 bool X11Pasteboard::hasImage() {
@@ -79,19 +81,19 @@ bool X11Pasteboard::hasImage() {
 }
 
 std::optional<std::string> X11Pasteboard::png() {
-    if (auto bytes = bytesOf(kPng))
+    if (auto bytes = bytesOf(kPng, kHandOverTime))
         return bytes;
     // Programs here offer many kinds of pictures; a TIFF file is one of them, which the caller asks for itself.
     const auto offered = targets();
     if (std::ranges::find(offered, kTiff) != offered.end())
         return std::nullopt;
     const auto picture = readablePicture(offered);
-    const auto bytes = picture.empty() ? std::nullopt : bytesOf(picture);
+    const auto bytes = picture.empty() ? std::nullopt : bytesOf(picture, kHandOverTime);
     return bytes ? pngOf(QImage::fromData(QByteArray::fromStdString(*bytes))) : std::nullopt;
 }
 
 std::optional<std::string> X11Pasteboard::tiff() {
-    return bytesOf(kTiff);
+    return bytesOf(kTiff, kHandOverTime);
 }
 
 std::optional<std::string> X11Pasteboard::pngFromTIFF(const std::string& tiff) {

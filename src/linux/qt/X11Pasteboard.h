@@ -3,6 +3,7 @@
 #include "linux/clipboard/X11Clipboard.h"
 #include "platform/Pasteboard.h"
 
+#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -22,7 +23,7 @@ class X11Pasteboard final : public Pasteboard {
   private:
     /// What is on offer, as the names of targets.
     [[nodiscard]] std::vector<std::string> targets();
-    [[nodiscard]] std::optional<std::string> bytesOf(std::string_view target);
+    [[nodiscard]] std::optional<std::string> bytesOf(std::string_view target, std::chrono::milliseconds patience);
 
     /// Made when it is first wanted, and anew after the X server was lost.
     std::unique_ptr<X11Clipboard> m_clipboard;
