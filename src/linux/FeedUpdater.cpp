@@ -54,7 +54,7 @@ FeedUpdater::FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, Ser
 }
 
 FeedUpdater::~FeedUpdater() {
-    m_stop.request_stop();
+    stop();
 }
 
 void FeedUpdater::start() {
@@ -62,6 +62,11 @@ void FeedUpdater::start() {
         return;
     m_timer = m_dispatcher.runEvery(kBetweenQuestions, 10min, [this] { checkIfDue(); });
     checkIfDue();
+}
+
+void FeedUpdater::stop() {
+    m_timer.reset();
+    m_stop.request_stop();
 }
 
 void FeedUpdater::checkForUpdates() {

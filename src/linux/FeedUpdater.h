@@ -70,13 +70,14 @@ class FeedUpdater final : public Updater {
   public:
     /// Writes its file on `diskQueue`. All must outlive the object, `session` also the dispatcher's detached tasks.
     FeedUpdater(FeedUpdaterSettings settings, HttpSession& session, SerialQueue& diskQueue, Dispatcher& dispatcher);
-    /// Ends a check that is under way.
     ~FeedUpdater() override;
     FeedUpdater(const FeedUpdater&) = delete;
     FeedUpdater& operator=(const FeedUpdater&) = delete;
 
     /// Checks from time to time whether a check is due.
     void start() override;
+    /// Ends a check that is under way, and begins none of its own any more: for a program that is about to end.
+    void stop();
     /// Checks now, for the user; joins a check that is under way.
     void checkForUpdates() override;
     [[nodiscard]] bool automaticallyChecksForUpdates() const override { return m_isAutomatic; }

@@ -209,12 +209,26 @@ TEST_F(FeedUpdaterTest, ChecksOnItsOwnOnceADayWhenAllowed) {
     }
 }
 
-TEST_F(FeedUpdaterTest, GivesUpACheckWhenItGoesAway) {
-    server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
-    updater->checkForUpdates();
-    ASSERT_TRUE(server.waitForRequests(1));
-    updater.reset();
+TEST_F(FeedUpdaterTest, GivesUpACheckWhenItIsStoppedOrGoesAway) {
+    const auto hang = [&](std::size_t requests) {
+        server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
+        updater->checkForUpdates();
+        return server.waitForRequests(requests);
+    };
+    updater->start();
+    ASSERT_TRUE(hang(1));
+    updater->stop();
     EXPECT_TRUE(server.waitForHangUps(1));
+    updater->setAutomaticallyChecksForUpdates(true);
+    (void)ends<UpdateState::Failed>();
+    now += 48h;
+    dispatcher.advance(48h);
+    EXPECT_TRUE(std::holds_alternative<UpdateState::Failed>(updater->state())) << "no further one begins";
+
+    restart();
+    ASSERT_TRUE(hang(2));
+    updater.reset();
+    EXPECT_TRUE(server.waitForHangUps(2));
     dispatcher.runPending();
 }
 

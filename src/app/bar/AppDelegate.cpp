@@ -64,6 +64,7 @@ AppDelegate::~AppDelegate() {
     m_commandBar.reset();
     m_environment.reset();
     m_modelSetup.reset();
+    m_platform.updater.stop();
     m_desktopQueue.sync([] {});
     m_services.diskQueue.sync([] {});
     m_dispatcher.finishDetached();
