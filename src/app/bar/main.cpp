@@ -1,7 +1,9 @@
 #include "app/Services.h"
 #include "app/bar/AppDelegate.h"
 #include "app/bar/BarApplication.h"
+#include "desktop/URLEvent.h"
 #include "linux/RemoteControl.h"
+#include "support/Text.h"
 #include "widgets/AccessibleWindow.h"
 #include "widgets/WindowStyle.h"
 
@@ -15,6 +17,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <expected>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -53,6 +56,39 @@ class EndingSignals {
     std::optional<QSocketNotifier> m_notifier;
 };
 
+/// The addresses among the arguments; or what the program exits with, once it has said what there was to say.
+std::expected<std::vector<std::string>, int> addressesIn(const std::vector<std::string>& arguments) {
+    std::vector<std::string> addresses;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const auto& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
+            return std::unexpected(EXIT_SUCCESS);
+        }
+        if (argument == "--version") {
+            std::printf("torvo-bar %s\n", TORVO_VERSION);
+            return std::unexpected(EXIT_SUCCESS);
+        }
+        // A session manager that starts again what ran at log-out adds "-session" and its own name for the program.
+        if (argument == "-session") {
+            ++i;
+            continue;
+        }
+        const auto shown = torvo::printableLine(argument);
+        if (argument.starts_with('-')) {
+            std::fprintf(stderr, "torvo-bar: “%s” is no option; see torvo-bar --help\n", shown.c_str());
+            return std::unexpected(2);
+        }
+        if (!torvo::filesOfURL(argument)) {
+            std::fprintf(stderr, "torvo-bar: “%s” is no torvo: address; for a file there is torvo drop FILE\n",
+                         shown.c_str());
+            return std::unexpected(2);
+        }
+        addresses.push_back(argument);
+    }
+    return addresses;
+}
+
 int handOver(const std::vector<std::string>& addresses) {
     const auto done = addresses.empty() ? torvo::RemoteBar::toggle() : torvo::RemoteBar::openURLs(addresses);
     if (!done) {
@@ -65,21 +101,9 @@ int handOver(const std::vector<std::string>& addresses) {
 } // namespace
 
 int main(int count, char** values) {
-    const std::vector<std::string> arguments(values + 1, values + count);
-    for (const auto& argument : arguments) {
-        if (argument == "--help" || argument == "-h") {
-            std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
-            return EXIT_SUCCESS;
-        }
-        if (argument == "--version") {
-            std::printf("torvo-bar %s\n", TORVO_VERSION);
-            return EXIT_SUCCESS;
-        }
-        if (argument.starts_with("--")) {
-            std::fprintf(stderr, "torvo-bar: “%s” is no option; see torvo-bar --help\n", argument.c_str());
-            return 2;
-        }
-    }
+    const auto addresses = addressesIn({values + 1, values + count});
+    if (!addresses)
+        return addresses.error();
     auto display = torvo::X11Connection::create();
     if (display == nullptr) {
         std::fputs("torvo-bar: there is no X11 desktop here; start it in a session with $DISPLAY set\n", stderr);
@@ -103,8 +127,8 @@ int main(int count, char** values) {
     // Whoever asks for a font before that is done reads it once more.
     fonts.join();
     torvo::AppDelegate delegate(std::move(display));
-    const auto openAll = [&](const std::vector<std::string>& addresses) {
-        for (const auto& address : addresses)
+    const auto openAll = [&](const std::vector<std::string>& given) {
+        for (const auto& address : given)
             delegate.handleURLEvent(address);
     };
     // Another bar that runs already gets what this one was started for.
@@ -114,11 +138,11 @@ int main(int count, char** values) {
                                 .prefill = [&](const auto& text) { delegate.commandBar().prefill(text); },
                                 .openURLs = openAll});
     if (!remote && remote.error().isNameTaken)
-        return handOver(arguments);
+        return handOver(*addresses);
     if (!remote)
         std::fprintf(stderr, "torvo-bar: torvo toggle and the like will not reach it: %s\n",
                      remote.error().description.c_str());
     delegate.applicationDidFinishLaunching();
-    openAll(arguments);
+    openAll(*addresses);
     return QApplication::exec();
 }
