@@ -13,9 +13,7 @@ namespace {
 ExitStatus report(const RemoteBar::Result& result) {
     if (result)
         return ExitStatus::done;
-    printError(result.error().isNotRunning
-                   ? "Torvo is not running; start it with torvo-bar"
-                   : fmt::format("the running Torvo does not answer: {}", result.error().description));
+    printError(result.error().description);
     return ExitStatus::failed;
 }
 

@@ -15,10 +15,16 @@ namespace {
 constexpr const char* kName = "org.torvo.Torvo";
 constexpr const char* kPath = "/org/torvo/Torvo";
 constexpr const char* kIntrospection = R"(<node><interface name="org.torvo.Torvo">
-  <method name="Toggle"/>
-  <method name="Drop"><arg name="paths" type="aay" direction="in"/></method>
-  <method name="Prefill"><arg name="text" type="s" direction="in"/></method>
-  <method name="OpenURLs"><arg name="addresses" type="as" direction="in"/></method>
+  <method name="Toggle"><arg name="isShown" type="b" direction="out"/></method>
+  <method name="Drop">
+    <arg name="paths" type="aay" direction="in"/><arg name="isShown" type="b" direction="out"/>
+  </method>
+  <method name="Prefill">
+    <arg name="text" type="s" direction="in"/><arg name="isShown" type="b" direction="out"/>
+  </method>
+  <method name="OpenURLs">
+    <arg name="addresses" type="as" direction="in"/><arg name="isShown" type="b" direction="out"/>
+  </method>
 </interface></node>)";
 
 /// Absent when one of them cannot be a file's absolute path.
@@ -78,11 +84,17 @@ std::expected<std::unique_ptr<RemoteControl>, DBusServer::Failure> RemoteControl
                                                           "every path must be absolute");
             return;
         }
-        dispatcher.runOnMain([weak, asked = std::move(*asked)] {
-            if (const auto alive = weak.lock())
-                asked(*alive);
+        // The bus answers a call that nobody is left to answer.
+        const std::shared_ptr<GDBusMethodInvocation> call(invocation, GLibRelease());
+        dispatcher.runOnMain([weak, asked = std::move(*asked), call] {
+            const auto alive = weak.lock();
+            if (!alive)
+                return;
+            asked(*alive);
+            // Answering takes a reference of its own along.
+            g_dbus_method_invocation_return_value(static_cast<GDBusMethodInvocation*>(g_object_ref(call.get())),
+                                                  g_variant_new("(b)", static_cast<gboolean>(alive->isShown())));
         });
-        g_dbus_method_invocation_return_value(invocation, nullptr);
     };
     auto server = DBusServer::start({kName, kPath, kIntrospection}, std::move(handOver));
     if (!server)
@@ -95,18 +107,27 @@ namespace RemoteBar {
 
 namespace {
 
-Result ask(const char* member, GVariant* arguments) {
+using Kind = Failure::Kind;
+
+/// `unshown`: what to say when the bar is not shown afterwards.
+Result ask(const char* member, GVariant* arguments, const char* unshown) {
     const GLibPointer<GVariant> owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
     const auto connection = DBusConnection::session();
     if (!connection)
-        return std::unexpected(Failure{true, connection.error()});
+        return std::unexpected(Failure{Kind::unreachable, "there is no session bus: " + connection.error()});
     if (!isRunning(**connection, kName))
-        return std::unexpected(Failure{true, fmt::format("nobody has the bus name {}", kName)});
-    const auto reply = (*connection)->call({kName, kPath, kName, member}, owned.get(), "()", std::chrono::seconds(10));
+        return std::unexpected(Failure{Kind::notRunning, "Torvo is not running; start it with torvo-bar"});
+    const auto reply = (*connection)->call({kName, kPath, kName, member}, owned.get(), "(b)", std::chrono::seconds(10));
     if (!reply)
-        return std::unexpected(Failure{false, reply.error()});
+        return std::unexpected(Failure{Kind::unreachable, "the running Torvo does not answer: " + reply.error()});
+    gboolean isShown = FALSE;
+    g_variant_get(reply->get(), "(b)", &isShown);
+    if (isShown == FALSE)
+        return std::unexpected(Failure{Kind::notShown, unshown});
     return {};
 }
+
+constexpr const char* kNoWindow = "open a window of a file manager first: the bar shows under it";
 
 /// `address` as pure ASCII, which a text on the bus can hold, with the same meaning.
 std::string encoded(std::string_view address) {
@@ -121,7 +142,7 @@ std::string encoded(std::string_view address) {
 } // namespace
 
 Result toggle() {
-    return ask("Toggle", nullptr);
+    return ask("Toggle", nullptr, "bring a window of a file manager to the front first: the bar shows under it");
 }
 
 Result drop(const std::vector<FileURL>& files) {
@@ -129,11 +150,11 @@ Result drop(const std::vector<FileURL>& files) {
     g_variant_builder_init(&paths, G_VARIANT_TYPE_BYTESTRING_ARRAY);
     for (const auto& file : files)
         g_variant_builder_add_value(&paths, g_variant_new_bytestring(file.path().c_str()));
-    return ask("Drop", g_variant_new("(aay)", &paths));
+    return ask("Drop", g_variant_new("(aay)", &paths), kNoWindow);
 }
 
 Result prefill(const std::string& text) {
-    return ask("Prefill", g_variant_new("(s)", printable(text).c_str()));
+    return ask("Prefill", g_variant_new("(s)", printable(text).c_str()), kNoWindow);
 }
 
 Result openURLs(const std::vector<std::string>& addresses) {
@@ -141,7 +162,7 @@ Result openURLs(const std::vector<std::string>& addresses) {
     g_variant_builder_init(&list, G_VARIANT_TYPE_STRING_ARRAY);
     for (const auto& address : addresses)
         g_variant_builder_add(&list, "s", encoded(address).c_str());
-    return ask("OpenURLs", g_variant_new("(as)", &list));
+    return ask("OpenURLs", g_variant_new("(as)", &list), kNoWindow);
 }
 
 } // namespace RemoteBar

@@ -4,6 +4,7 @@
 #include "platform/Dispatcher.h"
 #include "support/FileURL.h"
 
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -14,7 +15,7 @@ namespace torvo {
 
 /// What the bar does for other programs.
 struct RemoteControlActions {
-    /// Shows or hides the bar.
+    /// Gives the bar the keyboard, and shows it first when the file manager is in front.
     std::function<void()> toggle;
     /// Takes files as if they were dropped on the bar.
     std::function<void(const std::vector<FileURL>& files)> drop;
@@ -22,15 +23,17 @@ struct RemoteControlActions {
     std::function<void(const std::string& text)> prefill;
     /// Opens "torvo:" addresses.
     std::function<void(const std::vector<std::string>& addresses)> openURLs;
+    /// Whether the bar is on the screen, asked after each of these.
+    std::function<bool()> isShown;
 };
 
 /// The bar's end of the remote control: the bus name org.torvo.Torvo, which only one program of the session has, and
 /// on it the object /org/torvo/Torvo with the interface org.torvo.Torvo:
 ///
-///     Toggle(), Drop(aay paths), Prefill(s text), OpenURLs(as addresses)
+///     Toggle() -> b, Drop(aay paths) -> b, Prefill(s text) -> b, OpenURLs(as addresses) -> b
 ///
-/// Paths are bytes, with or without a NUL byte at the end, and absolute; a call with another kind of path does nothing
-/// and fails.
+/// Each is answered when it is done, with whether the bar is shown then: without a file manager it is not. Paths are
+/// bytes, with or without a NUL byte at the end, and absolute; a call with another kind of path does nothing and fails.
 class RemoteControl {
   public:
     /// Takes the name and from now on hands calls over to `actions`, on the main thread. The failure tells a bar that
@@ -50,14 +53,19 @@ class RemoteControl {
     std::unique_ptr<DBusServer> m_server;
 };
 
-/// The other end: asks the bar that runs in this session. Calls block until the bar has taken the order, which is at
-/// once; it is carried out then.
+/// The other end: asks the bar that runs in this session. Calls block until the bar has done it, which is at once.
 namespace RemoteBar {
 
 struct Failure {
-    /// No bar runs, or there is no session bus.
-    bool isNotRunning = false;
-    /// One line.
+    enum class Kind : std::uint8_t {
+        notRunning,
+        /// There is no session bus, or the bar does not answer.
+        unreachable,
+        /// There is no window of a file manager to show the bar under.
+        notShown,
+    };
+    Kind kind = Kind::unreachable;
+    /// One line for the user.
     std::string description;
 };
 using Result = std::expected<void, Failure>;

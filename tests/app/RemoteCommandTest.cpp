@@ -20,8 +20,12 @@ using Arguments = std::vector<std::string>;
 
 class RemoteCommandTest : public ::testing::Test {
   protected:
-    [[nodiscard]] testing::Ran torvo(const Arguments& arguments, const std::string& input = "") const {
-        return testing::run(
+    /// Runs a program to its end while the bar takes orders.
+    [[nodiscard]] testing::Ran run(const Arguments& arguments, const testing::RunSettings& settings) {
+        return dispatcher.answering([&] { return testing::run(arguments, settings); });
+    }
+    [[nodiscard]] testing::Ran torvo(const Arguments& arguments, const std::string& input = "") {
+        return run(
             arguments,
             {.program = TORVO_BIN_DIR "/torvo", .folder = work.path(), .input = home.file("input", input).path()});
     }
@@ -31,6 +35,7 @@ class RemoteCommandTest : public ::testing::Test {
     testing::TemporaryFolder home;
     testing::ManualDispatcher dispatcher;
     std::vector<std::string> done;
+    bool isShown = true;
     RemoteControlActions actions{.toggle = [this] { done.emplace_back("toggle"); },
                                  .drop =
                                      [this](const std::vector<FileURL>& files) {
@@ -38,7 +43,8 @@ class RemoteCommandTest : public ::testing::Test {
                                              done.push_back(file.path());
                                      },
                                  .prefill = [this](const std::string& text) { done.push_back(text); },
-                                 .openURLs = [](const auto&) {}};
+                                 .openURLs = [](const auto&) {},
+                                 .isShown = [this] { return isShown; }};
 };
 
 TEST_F(RemoteCommandTest, ReachesTheRunningBar) {
@@ -61,13 +67,30 @@ TEST_F(RemoteCommandTest, ReachesTheRunningBar) {
     };
     (void)work.folder("x");
     for (const auto& row : rows) {
+        done.clear();
         const auto ran = torvo(row.arguments, row.input);
         EXPECT_EQ(ran.status, 0) << ran.errors;
         EXPECT_EQ(ran.output + ran.errors, "");
-        done.clear();
-        dispatcher.runPending();
         EXPECT_EQ(done, row.done) << row.arguments.front();
     }
+}
+
+TEST_F(RemoteCommandTest, SaysWhenTheBarIsNotShown) {
+    (void)work.file("a.png");
+    const auto control = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(control.has_value());
+    isShown = false;
+    const std::pair<Arguments, std::string> rows[] = {
+        {{"toggle"}, "bring a window of a file manager to the front"},
+        {{"drop", "a.png"}, "open a window of a file manager"},
+        {{"prefill", "jpg"}, "open a window of a file manager"},
+    };
+    for (const auto& [arguments, advice] : rows) {
+        const auto ran = torvo(arguments);
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_EQ(ran.errors, "torvo: " + advice + " first: the bar shows under it\n");
+    }
+    EXPECT_EQ(done.size(), 3U) << "they were asked for all the same";
 }
 
 TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
@@ -77,10 +100,11 @@ TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
         int status;
         const char* error;
     };
+    constexpr const char* none = "torvo: Torvo is not running; start it with torvo-bar\n";
     const Row rows[] = {
-        {{"toggle"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
-        {{"drop", "a.png"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
-        {{"prefill", "jpg"}, 1, "torvo: Torvo is not running; start it with torvo-bar\n"},
+        {{"toggle"}, 1, none},
+        {{"drop", "a.png"}, 1, none},
+        {{"prefill", "jpg"}, 1, none},
         {{"drop"}, 2, "torvo: which files? See torvo drop --help\n"},
         {{"drop", ""}, 2, "torvo: “” names no file\n"},
         {{"drop", "/missing\x1B.png"}, 2, "torvo: there is no /missing\uFFFD.png\n"},
@@ -98,7 +122,7 @@ TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
     EXPECT_EQ(torvo({"prefill"}).status, 2);
     EXPECT_THAT(torvo({"drop", "--help"}).output, HasSubstr("torvo drop [OPTIONS]"));
     const testing::ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-    check(rows[0]);
+    EXPECT_THAT(torvo({"toggle"}).errors, ::testing::StartsWith("torvo: there is no session bus: "));
 }
 
 /// What the element <command> of Thunar's file says.
@@ -144,11 +168,10 @@ TEST_F(RemoteCommandTest, IsWhatTheMenusOfFileManagersCall) {
         ASSERT_NE(place, std::string::npos) << command;
         command.replace(place, 2, "\"$@\"");
         const bool isNautilus = command.starts_with(folder);
-        const auto ran = testing::run({"-c", command, "menu", isNautilus ? "-a \xFF'.png" : odd, plain},
-                                      {.program = "/bin/sh", .folder = work.path()});
-        EXPECT_EQ(ran.status, 0) << command << ran.errors;
         done.clear();
-        dispatcher.runPending();
+        const auto ran = run({"-c", command, "menu", isNautilus ? "-a \xFF'.png" : odd, plain},
+                             {.program = "/bin/sh", .folder = work.path()});
+        EXPECT_EQ(ran.status, 0) << command << ran.errors;
         EXPECT_THAT(done, ElementsAre(odd, plain)) << command;
     }
     const auto checked =

@@ -87,6 +87,11 @@ void ManualDispatcher::advance(std::chrono::milliseconds time) {
     m_now = end;
 }
 
+bool ManualDispatcher::isPending() {
+    const std::lock_guard guard(m_lock);
+    return !m_queue.empty();
+}
+
 bool ManualDispatcher::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds deadline) {
     const auto end = std::chrono::steady_clock::now() + deadline;
     while (true) {

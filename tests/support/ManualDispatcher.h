@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -34,6 +35,8 @@ class ManualDispatcher final : public Dispatcher {
                                             Task task) override;
     void runDetached(Task task) override;
 
+    /// Whether something is queued for the main thread.
+    [[nodiscard]] bool isPending();
     /// Runs what is queued for the main thread, also what that queues.
     void runPending();
     /// Moves the clock and runs what falls due on the way, each at its time.
@@ -41,6 +44,14 @@ class ManualDispatcher final : public Dispatcher {
     /// Runs what is queued until the condition holds; false when it still does not at the deadline.
     [[nodiscard]] bool runUntil(const std::function<bool()>& condition,
                                 std::chrono::milliseconds deadline = std::chrono::seconds(20));
+
+    /// Calls something that waits for the main thread, from another thread, and returns what it returned.
+    template <typename Call>
+    [[nodiscard]] auto answering(Call call) {
+        auto result = std::async(std::launch::async, std::move(call));
+        (void)runUntil([&] { return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        return result.get();
+    }
 
     [[nodiscard]] std::size_t heldCount() const { return m_held.size(); }
     /// Runs the held task of that number to its end, then what it queued for the main thread.

@@ -37,6 +37,7 @@ class AppDelegate {
     /// Hands the files of a "torvo:" address to the bar; an address without files opens it.
     void handleURLEvent(const std::string& address);
 
+    [[nodiscard]] bool isBarShown() const { return m_panel.isVisible(); }
     [[nodiscard]] CommandBarService& commandBar() { return *m_commandBar; }
     [[nodiscard]] QtDispatcher& dispatcher() { return m_dispatcher; }
 

@@ -136,7 +136,8 @@ int main(int count, char** values) {
         delegate.dispatcher(), {.toggle = [&] { delegate.commandBar().toggle(); },
                                 .drop = [&](const auto& files) { delegate.commandBar().handleDrop(files); },
                                 .prefill = [&](const auto& text) { delegate.commandBar().prefill(text); },
-                                .openURLs = openAll});
+                                .openURLs = openAll,
+                                .isShown = [&] { return delegate.isBarShown(); }});
     if (!remote && remote.error().isNameTaken)
         return handOver(*addresses);
     if (!remote)

@@ -1,4 +1,5 @@
 // The whole program reads a selection through the clipboard; what the user has copied is there before and after.
+#include "linux/RemoteControl.h"
 #include "linux/clipboard/X11Clipboard.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Program.h"
@@ -37,7 +38,7 @@ TEST(ClipboardOfRunningBarTest, OutlivesTheBar) {
     EXPECT_EQ(pasted(), testing::readFile(text));
     EXPECT_EQ(bar.quit(), 0);
     EXPECT_EQ(pasted(), testing::readFile(text));
-    EXPECT_EQ(testing::run({"toggle"}, {.program = TORVO_BIN_DIR "/torvo"}).status, 1) << "nothing else of it is left";
+    EXPECT_EQ(RemoteBar::toggle().error().kind, RemoteBar::Failure::Kind::notRunning) << "nothing else of it is left";
 }
 
 } // namespace

@@ -236,8 +236,11 @@ class RandomUseJourneyTest : public testing::BarJourney {
         const std::array<std::vector<std::string>, 3> messages{
             {{"toggle"}, {"prefill", "select all"}, {"drop", (files / kNames[0]).path()}}};
         const auto sent = testing::run(pick(messages), {.program = TORVO_BIN_DIR "/torvo"});
-        // What is to be dropped may have gone meanwhile.
-        EXPECT_TRUE(sent.status == 0 || !(files / kNames[0]).exists()) << sent.errors;
+        // The shortcut does nothing while another window is in front, and so does what stands for it. What is to be
+        // dropped may have gone meanwhile.
+        const bool mayFail = sent.errors.ends_with("the bar shows under it
+") || !(files / kNames[0]).exists();
+        EXPECT_TRUE(sent.status == 0 || mayFail) << sent.errors;
     }
     void moves() {
         const auto window = std::to_string(session.window());

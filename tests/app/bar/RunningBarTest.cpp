@@ -75,6 +75,10 @@ TEST_P(RunningBarTest, FollowsTheWindowAndHidesWithIt) {
         const testing::XWindow editor(display, "Editor", 4711);
         session.activate(editor.id());
         EXPECT_TRUE(session.desktop().eventually([&] { return !bar.isShown(); }));
+        const auto called = torvo({"toggle"});
+        EXPECT_EQ(called.status, 1);
+        EXPECT_EQ(called.errors,
+                  "torvo: bring a window of a file manager to the front first: the bar shows under it\n");
     }
     session.activate(session.window());
     EXPECT_TRUE(session.desktop().eventually(sitsUnderTheWindow));
