@@ -33,10 +33,19 @@ std::vector<std::int32_t> descendantPIDs(std::int32_t root,
 }
 
 void TreeStop::terminateTree() {
+    // A shell that saw its child end before its own turn came would go on to the next command.
+    m_host->signalGroup(m_root.pid, StopSignal::suspend);
     rememberDescendants(m_root);
-    for (const ProcessIdentity& process : m_descendants | std::views::reverse)
-        m_host->signal(process, StopSignal::terminate);
+    signalAll(StopSignal::suspend);
+    signalAll(StopSignal::terminate);
     m_host->signalGroup(m_root.pid, StopSignal::terminate);
+    signalAll(StopSignal::resume);
+    m_host->signalGroup(m_root.pid, StopSignal::resume);
+}
+
+void TreeStop::signalAll(StopSignal signal) {
+    for (const ProcessIdentity& process : m_descendants | std::views::reverse)
+        m_host->signal(process, signal);
 }
 
 void TreeStop::terminateStrays(const std::vector<ProcessIdentity>& strays) {
@@ -52,8 +61,7 @@ void TreeStop::killTree() {
     rememberDescendants(m_root);
     for (const ProcessIdentity& process : std::vector(m_descendants))
         rememberDescendants(process);
-    for (const ProcessIdentity& process : m_descendants | std::views::reverse)
-        m_host->signal(process, StopSignal::kill);
+    signalAll(StopSignal::kill);
     m_host->signalGroup(m_root.pid, StopSignal::kill);
 }
 

@@ -21,7 +21,8 @@ class TreeStop {
     /// `root`: a child of this process that is not reaped before this object is done with. It leads its own group.
     TreeStop(ProcessHost& host, const ProcessIdentity& root) : m_host(&host), m_root(root) {}
 
-    /// Asks every process of the tree to end, the deepest first, then the whole group.
+    /// Asks every process of the tree to end, the deepest first, then the whole group. None goes on before all are
+    /// asked.
     void terminateTree();
     /// Asks those that got away from the tree but hold on to its pipes, remembering them too. Whoever was there before
     /// the root is left alone: a service that was handed a pipe is nobody's descendant.
@@ -32,6 +33,8 @@ class TreeStop {
     [[nodiscard]] bool isTreeGone() const;
 
   private:
+    /// To the remembered ones, the deepest first.
+    void signalAll(StopSignal signal);
     void rememberDescendants(const ProcessIdentity& process);
     [[nodiscard]] bool isRemembered(std::int32_t pid) const;
 

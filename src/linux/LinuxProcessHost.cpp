@@ -18,7 +18,17 @@ namespace torvo {
 namespace {
 
 int numberOf(StopSignal signal) {
-    return signal == StopSignal::kill ? SIGKILL : SIGTERM;
+    switch (signal) {
+    case StopSignal::terminate:
+        return SIGTERM;
+    case StopSignal::kill:
+        return SIGKILL;
+    case StopSignal::suspend:
+        return SIGSTOP;
+    case StopSignal::resume:
+        return SIGCONT;
+    }
+    return SIGKILL;
 }
 
 ProcessIdentity identityOf(std::int32_t pid, std::uint64_t startTicks) {

@@ -54,6 +54,9 @@ enum class StopSignal {
     terminate,
     /// Ends the process; it has no say.
     kill,
+    /// Holds the process where it is, and lets it go on. It has no say in either.
+    suspend,
+    resume,
 };
 
 /// The kernel's processes: starting, naming, signalling and reaping them. Safe to call from any thread.

@@ -121,6 +121,21 @@ TEST_P(CancelTest, IsGoneWithEverythingItStarted) {
 INSTANTIATE_TEST_SUITE_P(Trees, CancelTest, ::testing::ValuesIn(kRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(Cancel, LetsNoShellGoOnBecauseItsChildHasEnded) {
+    const TemporaryFolder folder;
+    LinuxProcessHost host;
+    ProcessRunner runner(host);
+    const auto text = "sleep 300 & ready $1 $$ $!; wait; touch " + (folder / "late").path();
+    for (int i = 0; i < 40; ++i) {
+        runner.clearCancelled();
+        RunningScript script(runner, text);
+        (void)script.processes(host);
+        runner.cancel();
+        (void)script.result();
+        ASSERT_FALSE((folder / "late").exists()) << "in round " << i;
+    }
+}
+
 TEST(Cancel, BeforeTheStartKeepsAnythingFromRunningUntilItIsForgotten) {
     const TemporaryFolder folder;
     LinuxProcessHost host;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <set>
 #include <string>
@@ -43,7 +44,10 @@ class FakeHost : public ProcessHost {
     }
 
   private:
-    static const char* nameOf(StopSignal signal) { return signal == StopSignal::kill ? "kill" : "term"; }
+    static const char* nameOf(StopSignal signal) {
+        constexpr std::array kNames{"term", "kill", "stop", "cont"};
+        return kNames.at(static_cast<std::size_t>(signal));
+    }
 };
 
 using Texts = std::vector<std::string>;
@@ -68,7 +72,9 @@ TEST(TreeStop, AsksTheDeepestFirstAndKillsOnlyThoseItAskedAndWhatTheyStartedSinc
     host.startTable = {{1, 100}, {2, 101}, {3, 102}, {4, 103}};
     TreeStop stop(host, {1, 100, 0});
     stop.terminateTree();
-    EXPECT_EQ(host.sent, (Texts{"term 4@103", "term 3@102", "term 2@101", "term group 1"}));
+    EXPECT_EQ(host.sent,
+              (Texts{"stop group 1", "stop 4@103", "stop 3@102", "stop 2@101", "term 4@103", "term 3@102", "term 2@101",
+                     "term group 1", "cont 4@103", "cont 3@102", "cont 2@101", "cont group 1"}));
     EXPECT_FALSE(stop.isTreeGone());
 
     // The number 2 goes to somebody else, who has a child; 3 starts another process.
