@@ -23,7 +23,7 @@ ExitStatus runCommand(const std::vector<std::string>& arguments);
 ExitStatus planCommand(const std::vector<std::string>& arguments);
 ExitStatus settingsCommand(const std::vector<std::string>& arguments);
 ExitStatus rulesCommand(const std::vector<std::string>& arguments);
-/// These reach the bar that runs in the session.
+/// These reach the bar that runs in the session, and start it when none does.
 ExitStatus toggleCommand(const std::vector<std::string>& arguments);
 ExitStatus dropCommand(const std::vector<std::string>& arguments);
 ExitStatus prefillCommand(const std::vector<std::string>& arguments);

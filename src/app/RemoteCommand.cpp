@@ -1,16 +1,51 @@
 #include "app/Arguments.h"
 #include "app/FileArguments.h"
+#include "app/Services.h"
 #include "app/Terminal.h"
+#include "linux/DetachedProgram.h"
 #include "linux/RemoteControl.h"
+#include "linux/X11Connection.h"
 #include "support/Text.h"
 
 #include <fmt/format.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
 
 namespace torvo {
 
 namespace {
 
-ExitStatus report(const RemoteBar::Result& result) {
+using Kind = RemoteBar::Failure::Kind;
+
+/// How long a bar that was just started may take until it can be asked.
+constexpr std::chrono::seconds kStartTime{10};
+
+/// Starts the bar that is beside this program, and waits until it can be asked.
+RemoteBar::Result startBar() {
+    if (X11Connection::create() == nullptr)
+        return std::unexpected(RemoteBar::Failure{
+            Kind::notRunning, "Torvo is not running, and there is no X11 desktop here to start torvo-bar on"});
+    // The folder that the order was given in is not to be in use for as long as the bar runs.
+    std::error_code ignored;
+    std::filesystem::current_path(homeFolder().path(), ignored);
+    if (const auto started = startDetached({programFolder().appendingPath("torvo-bar").path()}); !started)
+        return std::unexpected(RemoteBar::Failure{Kind::notRunning, started.error()});
+    if (!RemoteBar::waitUntilRunning(kStartTime))
+        return std::unexpected(RemoteBar::Failure{
+            Kind::notRunning, "torvo-bar was started, but cannot be reached; started in a terminal it says why"});
+    return {};
+}
+
+/// Has the bar do something, starting it when it does not run yet.
+ExitStatus order(const std::function<RemoteBar::Result()>& ask) {
+    auto result = ask();
+    if (!result && result.error().kind == Kind::notRunning) {
+        result = startBar();
+        if (result)
+            result = ask();
+    }
     if (result)
         return ExitStatus::done;
     printError(result.error().description);
@@ -25,7 +60,7 @@ ExitStatus toggleCommand(const std::vector<std::string>& arguments) {
                  "torvo toggle");
     if (const auto status = parse(app, arguments))
         return *status;
-    return report(RemoteBar::toggle());
+    return order(RemoteBar::toggle);
 }
 
 ExitStatus dropCommand(const std::vector<std::string>& arguments) {
@@ -53,7 +88,7 @@ ExitStatus dropCommand(const std::vector<std::string>& arguments) {
             return ExitStatus::badUsage;
         }
     }
-    return report(RemoteBar::drop(*files));
+    return order([&] { return RemoteBar::drop(*files); });
 }
 
 ExitStatus prefillCommand(const std::vector<std::string>& arguments) {
@@ -66,7 +101,7 @@ ExitStatus prefillCommand(const std::vector<std::string>& arguments) {
         printError("the text must be UTF-8");
         return ExitStatus::badUsage;
     }
-    return report(RemoteBar::prefill(text));
+    return order([&] { return RemoteBar::prefill(text); });
 }
 
 } // namespace torvo

@@ -34,12 +34,12 @@ Examples:
   torvo plan "rename these 001, 002" *.txt
   find . -name '*.png' -print0 | torvo run --files-from - -0 zip
 
-The bar that runs on your desktop is reached with these:
+The bar on your desktop is reached with these, which start it when it does not run:
   torvo toggle                                           show it and type into it
   torvo drop FILE...                                     hand files to it
   torvo prefill TEXT                                     show it with a text
 
-Without files, what is selected in the file manager counts.
+Without files, run and plan take what is selected in the file manager.
 What was done is printed first, then the files that came of it, one a line.
 Exit status: 0 done or nothing to do, 1 failed, 2 bad usage, 3 a destructive
 command that was not allowed, 130 cancelled with Ctrl-C.

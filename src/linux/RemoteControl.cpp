@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string_view>
+#include <thread>
 
 namespace torvo {
 
@@ -116,7 +117,7 @@ Result ask(const char* member, GVariant* arguments, const char* unshown) {
     if (!connection)
         return std::unexpected(Failure{Kind::unreachable, "there is no session bus: " + connection.error()});
     if (!isRunning(**connection, kName))
-        return std::unexpected(Failure{Kind::notRunning, "Torvo is not running; start it with torvo-bar"});
+        return std::unexpected(Failure{Kind::notRunning, "Torvo is not running"});
     const auto reply = (*connection)->call({kName, kPath, kName, member}, owned.get(), "(b)", std::chrono::seconds(10));
     if (!reply)
         return std::unexpected(Failure{Kind::unreachable, "the running Torvo does not answer: " + reply.error()});
@@ -163,6 +164,17 @@ Result openURLs(const std::vector<std::string>& addresses) {
     for (const auto& address : addresses)
         g_variant_builder_add(&list, "s", encoded(address).c_str());
     return ask("OpenURLs", g_variant_new("(as)", &list), kNoWindow);
+}
+
+bool waitUntilRunning(std::chrono::milliseconds patience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto connection = DBusConnection::session();
+    while (connection && std::chrono::steady_clock::now() < end) {
+        if (isRunning(**connection, kName))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
 }
 
 } // namespace RemoteBar

@@ -4,6 +4,7 @@
 #include "platform/Dispatcher.h"
 #include "support/FileURL.h"
 
+#include <chrono>
 #include <cstdint>
 #include <expected>
 #include <functional>
@@ -75,6 +76,9 @@ using Result = std::expected<void, Failure>;
 /// `text`: UTF-8.
 [[nodiscard]] Result prefill(const std::string& text);
 [[nodiscard]] Result openURLs(const std::vector<std::string>& addresses);
+
+/// Waits until a bar can be asked, one that was just started; false when there is none in that time.
+[[nodiscard]] bool waitUntilRunning(std::chrono::milliseconds patience);
 
 } // namespace RemoteBar
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 namespace torvo {
@@ -100,11 +101,13 @@ TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
         int status;
         const char* error;
     };
-    constexpr const char* none = "torvo: Torvo is not running; start it with torvo-bar\n";
+    const testing::ScopedVariable noDisplay("DISPLAY", std::nullopt);
+    constexpr const char* noDesktop =
+        "torvo: Torvo is not running, and there is no X11 desktop here to start torvo-bar on\n";
     const Row rows[] = {
-        {{"toggle"}, 1, none},
-        {{"drop", "a.png"}, 1, none},
-        {{"prefill", "jpg"}, 1, none},
+        {{"toggle"}, 1, noDesktop},
+        {{"drop", "a.png"}, 1, noDesktop},
+        {{"prefill", "jpg"}, 1, noDesktop},
         {{"drop"}, 2, "torvo: which files? See torvo drop --help\n"},
         {{"drop", ""}, 2, "torvo: “” names no file\n"},
         {{"drop", "/missing\x1B.png"}, 2, "torvo: there is no /missing\uFFFD.png\n"},
@@ -123,6 +126,15 @@ TEST_F(RemoteCommandTest, SaysInOneLineWhatIsWrong) {
     EXPECT_THAT(torvo({"drop", "--help"}).output, HasSubstr("torvo drop [OPTIONS]"));
     const testing::ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     EXPECT_THAT(torvo({"toggle"}).errors, ::testing::StartsWith("torvo: there is no session bus: "));
+}
+
+TEST_F(RemoteCommandTest, SaysSoWhereTheBarIsNotInstalled) {
+    const testing::XDesktop desktop;
+    const auto alone = work / "torvo";
+    std::filesystem::copy_file(TORVO_BIN_DIR "/torvo", alone.path());
+    const auto ran = run({"toggle"}, {.program = alone.path()});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, HasSubstr((work / "torvo-bar").path()));
 }
 
 /// What the element <command> of Thunar's file says.

@@ -48,8 +48,10 @@ class RemoteControlTest : public ::testing::Test {
 
 TEST_F(RemoteControlTest, HandsOrdersOverToTheMainThreadByteForByte) {
     EXPECT_EQ(RemoteBar::toggle().error().kind, Kind::notRunning);
+    EXPECT_FALSE(RemoteBar::waitUntilRunning(std::chrono::milliseconds(1)));
     const auto control = RemoteControl::start(dispatcher, actions());
     ASSERT_TRUE(control.has_value());
+    EXPECT_TRUE(RemoteBar::waitUntilRunning(std::chrono::seconds(10)));
     EXPECT_TRUE(asked([] { return RemoteBar::toggle(); }));
     EXPECT_TRUE(asked([] { return RemoteBar::drop({FileURL("/a b\n\xFF"), FileURL("/"), FileURL("/ü")}); }));
     EXPECT_TRUE(asked([] { return RemoteBar::prefill("rename “these”\n\xFF"); }));

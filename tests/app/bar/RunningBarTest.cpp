@@ -2,6 +2,8 @@
 // afterwards.
 #include "tests/support/RunningBar.h"
 
+#include "linux/LinuxProcessHost.h"
+#include "linux/SettingsFile.h"
 #include "linux/X11Frames.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Program.h"
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <filesystem>
 #include <map>
 
 namespace torvo {
@@ -163,7 +166,6 @@ TEST_P(RunningBarTest, GivesTheKeyboardBackToTheWindowItWasSummonedOver) {
 TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
     picture("one.png");
     ASSERT_TRUE(session.open(GetParam(), files.url()));
-    EXPECT_EQ(torvo({"toggle"}).status, 1) << "no bar runs yet";
     RunningBar bar(session);
     ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); }));
     EXPECT_EQ(torvo({"toggle"}).status, 0);
@@ -186,6 +188,34 @@ TEST_P(RunningBarTest, IsReachedFromTheCommandLine) {
     EXPECT_EQ(ran.status, 0) << ran.errors;
     EXPECT_TRUE((files / "one.jpg").exists());
     EXPECT_EQ(bar.quit(), 0);
+}
+
+TEST_P(RunningBarTest, IsStartedByTheFirstOrder) {
+    picture("one.png");
+    ASSERT_TRUE(session.open(GetParam(), files.url()));
+    ASSERT_TRUE(SettingsFile(SettingsFile::defaultLocation()).set("onboardingShown", true));
+    auto& display = session.display();
+    const auto bar = [&]() -> std::optional<xcb_window_t> {
+        for (const auto window : display.stackedWindows())
+            if (display.textProperty(window, "_NET_WM_NAME") == "Torvo")
+                return window;
+        return std::nullopt;
+    };
+    LinuxProcessHost host;
+    for (const auto& order : {std::vector<std::string>{"toggle"}, {"drop", "one.png"}}) {
+        const auto ran = testing::run(order, {.program = TORVO_BIN_DIR "/torvo", .folder = files.path()});
+        EXPECT_EQ(ran.status, 0) << ran.errors;
+        ASSERT_TRUE(session.desktop().eventually([&] { return bar() && display.activeWindow() == bar(); }));
+        const auto pid = display.pid(*bar()).value_or(-1);
+        ASSERT_GT(pid, 0);
+        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/cwd"), session.home().path())
+            << "the folder can be unmounted";
+        EXPECT_TRUE(order.front() == "toggle" || session.selectionBecomes({"one.png"}));
+        const auto process = host.identity(pid).value_or(ProcessIdentity{});
+        ASSERT_EQ(::kill(pid, SIGTERM), 0);
+        EXPECT_TRUE(testing::eventually([&] { return host.hasEnded(process); }));
+        session.activate(session.window());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktop, RunningBarTest, ::testing::ValuesIn(testing::fileManagerKinds()),
