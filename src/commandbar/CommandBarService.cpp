@@ -240,13 +240,16 @@ void CommandBarService::syncAttachment() {
 }
 
 void CommandBarService::keyWindowChanged(bool isKey) {
-    const Turn turn(*this);
-    m_state.isKeyWindow = isKey;
-    m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
-    if (isKey) {
-        refreshContext(Reading::byAllMeans);
-        ++m_state.focusTrigger;
+    {
+        const Turn turn(*this);
+        m_state.isKeyWindow = isKey;
+        if (isKey) {
+            refreshContext(Reading::byAllMeans);
+            ++m_state.focusTrigger;
+        }
     }
+    // Now the bar has the height of its form: whether it has room below the window is up to that.
+    m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
 }
 
 void CommandBarService::setAutoAttachEnabled(bool isEnabled) {

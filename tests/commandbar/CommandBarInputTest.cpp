@@ -41,6 +41,17 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     EXPECT_EQ(bar.window.frame().width, 300);
     EXPECT_THAT(bar.distributed.posted, ElementsAre("torvobar.commandBarFocused", "torvobar.commandBarBlurred"));
 
+    // There is room for the small bar below the window, and none for the large one.
+    const auto heights = bar.service->observe([&] {
+        auto frame = bar.window.frame();
+        frame.height = bar.state().isKeyWindow ? 200 : 60;
+        bar.window.setFrame(frame);
+    });
+    bar.finder.moveWindow({200, 150, 700, 300});
+    bar.summon();
+    bar.window.resignKey();
+    EXPECT_EQ(bar.window.frame(), (Rect{200, 82, 300, 60})) << "below";
+
     bar.finder.show(std::nullopt);
     bar.service->syncAttachment();
     EXPECT_FALSE(bar.window.isVisible());

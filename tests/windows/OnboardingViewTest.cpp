@@ -50,18 +50,18 @@ TEST_F(OnboardingViewTest, TrustIsReadWhenTheWindowOpensAndByTheButtonAlone) {
     const auto become = [&](const char* wanted) {
         return desk.bar.dispatcher->runUntil([&] { return badges() == wanted; });
     };
-    accessibility.isAllowed = false;
-    open();
-    EXPECT_TRUE(become("1234"));
     accessibility.isAllowed = true;
+    open();
+    ASSERT_TRUE(become("✓234"));
+    accessibility.isAllowed = false;
     desk.modelSetup.refresh();
     ASSERT_TRUE(desk.bar.dispatcher->runUntil([&] { return !desk.modelSetup.isWorking(); }));
-    EXPECT_EQ(badges(), "1234");
+    EXPECT_EQ(badges(), "✓234");
     click(*view, "Re-check");
-    EXPECT_TRUE(become("✓234"));
-    accessibility.isAllowed = false;
+    ASSERT_TRUE(become("1234"));
+    accessibility.isAllowed = true;
     reopen();
-    EXPECT_TRUE(become("1234"));
+    EXPECT_TRUE(become("✓234"));
 
     auto& opened = desk.bar.finder.workspace.opened;
     for (const auto* row : {"Accessibility", "Automation (Finder)", "Full Disk Access", "Finder extension (optional)"})
