@@ -8,6 +8,8 @@
 #include "windows/OperationLogView.h"
 #include "windows/SettingsView.h"
 
+#include <malloc.h>
+
 #include <QApplication>
 #include <chrono>
 
@@ -59,7 +61,7 @@ AppDelegate::~AppDelegate() {
     m_rest.reset();
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
-    m_backdropChanges = {};
+    m_activations = {};
     m_platform.panel.setContent(nullptr);
     m_commandBar.reset();
     m_environment.reset();
@@ -111,7 +113,12 @@ void AppDelegate::makeCommandBar() {
     m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
     m_platform.panel.setContent(m_view);
     m_platform.panel.setCloseAction([this] { m_commandBar->cancel(); });
-    m_backdropChanges = m_platform.front.onActivation([this] { m_view->setBackdrop(backdrop()); });
+    m_activations = m_platform.front.onActivation([this] {
+        m_view->setBackdrop(backdrop());
+        // What reading a large folder took lies in many small pieces between what is kept; the C library gives them
+        // back when it is asked to (malloc_trim(3)).
+        m_services.diskQueue.async([] { ::malloc_trim(0); });
+    });
     // On a desktop without a status area the menu is here.
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view, [this](const QPoint& place) {

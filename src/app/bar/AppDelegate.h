@@ -66,7 +66,7 @@ class AppDelegate {
     /// Owned by the panel's window.
     CommandBarView* m_view = nullptr;
     /// Compositors come and go with the desktop's settings.
-    Subscription m_backdropChanges;
+    Subscription m_activations;
     std::optional<FinderAttachmentService> m_attachment;
     std::optional<MenuBarService> m_menuBar;
     /// What is still to be made after the launch.
