@@ -31,9 +31,15 @@ ChipButton& ChipsRow::chip(std::size_t index) {
     while (m_chips.size() <= index) {
         const auto number = m_chips.size();
         auto* chip = new ChipButton({});
-        // The suggestions may change on the way: what was clicked counts.
-        QObject::connect(chip, &QPushButton::clicked, this,
-                         [this, number] { m_submit(std::string(m_suggestions[number].input)); });
+        // The suggestions may change while a chip is down: what was pressed counts, as long as it is on offer there.
+        const auto input = [this, number] {
+            return number < m_suggestions.size() ? std::string(m_suggestions[number].input) : std::string();
+        };
+        QObject::connect(chip, &QPushButton::pressed, this, [this, input] { m_pressed = input(); });
+        QObject::connect(chip, &QPushButton::clicked, this, [this, input] {
+            if (!m_pressed.empty() && m_pressed == input())
+                m_submit(std::exchange(m_pressed, {}));
+        });
         m_row->addWidget(chip);
         m_chips.push_back(chip);
     }
@@ -44,11 +50,8 @@ void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvail
     if (chips == m_suggestions && clipboardAvailable != m_clipboard->isHidden())
         return;
     m_clipboard->setVisible(clipboardAvailable);
-    const auto before = std::exchange(m_suggestions, chips);
+    m_suggestions = chips;
     for (std::size_t i = 0; i < chips.size(); ++i) {
-        // The mouse may be down on it: what the user did not see is not what the user clicks.
-        if (i >= before.size() || before[i] != chips[i])
-            chip(i).setDown(false);
         chip(i).setLabel(shownLine(chips[i].title));
         chip(i).setVisible(true);
     }

@@ -24,6 +24,8 @@ class ChipsRow final : public QWidget {
 
     std::function<void(std::string input)> m_submit;
     std::vector<Suggestion> m_suggestions;
+    /// The command of the chip that went down last.
+    std::string m_pressed;
     ScrollingRow* m_row;
     ChipButton* m_clipboard;
     /// Kept for the next suggestions; those beyond the present ones are hidden.

@@ -1,6 +1,7 @@
 #include "commandbar/view/CommandBarView.h"
 
 #include "commandbar/view/BarPresentation.h"
+#include "commandbar/view/ChipsRow.h"
 #include "commandbar/view/ResultPill.h"
 #include "support/FileURLText.h"
 #include "support/Text.h"
@@ -15,6 +16,7 @@
 #include <QListView>
 #include <QMimeData>
 #include <QProgressBar>
+#include <QTest>
 #include <QUrl>
 #include <cmath>
 
@@ -299,6 +301,36 @@ TEST_F(CommandBarViewTest, EveryControlHasANameARoleAndAPlaceInTheOrderOfTheKeyb
     const auto* compact = QAccessible::queryAccessibleInterface(shown.seen<QAbstractButton>().at(0));
     EXPECT_EQ(compact->role(), QAccessible::Button);
     EXPECT_EQ(compact->text(QAccessible::Name), "Open the command bar, Say it $ echo");
+}
+
+TEST_F(CommandBarViewTest, AChipSubmitsWhatWasPressedOrNothing) {
+    std::vector<std::string> submitted;
+    ChipsRow row([] {}, [&](std::string input) { submitted.push_back(std::move(input)); });
+    const auto offer = [&](const std::vector<const char*>& inputs) {
+        std::vector<Suggestion> chips;
+        for (const auto* input : inputs)
+            chips.push_back({.title = input, .input = input});
+        row.present(chips, false);
+    };
+    offer({"zip", "jpg"});
+    row.show();
+    const auto buttons = row.findChildren<ChipButton*>();
+    auto& zip = *buttons.at(buttons.size() - 2);
+    auto& jpg = *buttons.back();
+    QTest::mousePress(&jpg, Qt::LeftButton);
+    offer({"zip"});
+    QTest::mouseRelease(&jpg, Qt::LeftButton);
+    // As assistive technology presses: it stays down for a moment.
+    offer({"zip", "jpg"});
+    jpg.animateClick();
+    offer({"zip"});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !jpg.isDown(); }));
+    QTest::mousePress(&zip, Qt::LeftButton);
+    offer({"move them away"});
+    QTest::mouseRelease(&zip, Qt::LeftButton);
+    EXPECT_TRUE(submitted.empty());
+    QTest::mouseClick(&zip, Qt::LeftButton);
+    EXPECT_EQ(submitted, std::vector<std::string>{"move them away"});
 }
 
 TEST_F(CommandBarViewTest, WithoutACompositorTheWindowIsCutToTheShapeOfTheBar) {
