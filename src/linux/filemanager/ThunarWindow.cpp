@@ -11,6 +11,7 @@
 #include <cctype>
 #include <functional>
 #include <thread>
+#include <utility>
 
 namespace torvo {
 
@@ -189,9 +190,15 @@ void ThunarWindow::selectRows(const AccessibleReader& reader, const AccessibleOb
     const auto shown = folder(reader.deadline());
     if (!shown)
         return;
-    const auto rows = awaitItems(reader, viewItems(reader, table), *shown, items);
-    reader.clearSelection(table);
-    reader.selectRows(table, rows);
+    const auto find = [&] { return awaitItems(reader, viewItems(reader, table), *shown, items); };
+    // The window may still be putting new files into their places: what was selected by its row was another file then.
+    auto rows = find();
+    for (bool isSettled = false; !isSettled;) {
+        reader.clearSelection(table);
+        reader.selectRows(table, rows);
+        const auto selected = std::exchange(rows, find());
+        isSettled = rows == selected || reader.isOver();
+    }
 }
 
 void ThunarWindow::select(const std::vector<std::string>& items, Deadline deadline) {
