@@ -91,7 +91,7 @@ class RandomUseJourneyTest : public testing::BarJourney {
                 session.press("Escape");
             return !isWorking && !bar->isKey();
         };
-        ASSERT_TRUE(session.desktop().eventually(isIdle)) << "something goes on after all was cancelled";
+        ASSERT_TRUE(session.desktop().eventually(isIdle)) << "goes on after all was cancelled: " << whatGoesOn();
         EXPECT_EQ(bar->complaints(), "");
         checkFiles();
         fill();
@@ -124,6 +124,12 @@ class RandomUseJourneyTest : public testing::BarJourney {
         return {std::filesystem::begin(entries), std::filesystem::end(entries)};
     }
 
+    [[nodiscard]] std::string whatGoesOn() {
+        std::string text = bar->isKey() ? "the bar keeps the keyboard; " : "";
+        for (const auto pid : process_table::children(bar->pid()))
+            text += testing::readFile(FileURL("/proc/" + std::to_string(pid) + "/cmdline")) + "; ";
+        return text;
+    }
     [[nodiscard]] static std::string content(const std::filesystem::path& entry) {
         return std::filesystem::is_regular_file(entry) ? testing::readFile(FileURL(entry.string())) : "";
     }
