@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <fontconfig/fontconfig.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -109,6 +110,9 @@ int main(int count, char** values) {
         std::fputs("torvo-bar: there is no X11 desktop here; start it in a session with $DISPLAY set\n", stderr);
         return EXIT_FAILURE;
     }
+    // One place for what all threads take: after hours with large folders, places of their own held five times as much
+    // free memory as was in use.
+    ::mallopt(M_ARENA_MAX, 1);
     torvo::addToolsToSearchPath();
     // Places on the screen are asked of the X server, whatever else there is.
     ::setenv("QT_QPA_PLATFORM", "xcb", 1);
