@@ -116,50 +116,58 @@ void CommandBarService::beginRunning(const Action& action, const FinderContext& 
     m_state.isRunning = true;
     m_state.progress = OperationProgress{"Running…", std::nullopt, std::nullopt};
     show(progressLine(*m_state.progress), StatusKind::info);
-    runBeside(
-        [this, onMain = onMainWhileCurrent(), &runner = m_services.runner, action, context, consent,
-         rows = std::move(rows), stop = m_runs.get_token()] {
-            const auto report = [&](const OperationProgress& progress) {
-                onMain([this, progress] {
-                    if (!m_state.isRunning)
-                        return;
-                    m_state.progress = progress;
-                    show(progressLine(progress), StatusKind::info);
-                });
-            };
-            auto outcome = runner.execute(action, context, report, consent, stop);
-            return std::pair(std::move(outcome), effectiveRenames(rows));
-        },
-        [this, action, context](std::pair<RunOutcome, std::vector<Operation::Rename>> done) {
-            m_state.isRunning = false;
-            m_state.progress.reset();
-            handle(done.first, action, context, std::move(done.second));
-        });
+    const Run run{action, context, m_requestToken, m_currentLogID, m_runs.get_token()};
+    const auto work = [this, onMain = onMainWhileCurrent(), &runner = m_services.runner, run, consent,
+                       rows = std::move(rows)] {
+        const auto report = [&](const OperationProgress& progress) {
+            onMain([this, progress] {
+                if (!m_state.isRunning)
+                    return;
+                m_state.progress = progress;
+                show(progressLine(progress), StatusKind::info);
+            });
+        };
+        auto outcome = runner.execute(run.action, run.context, report, consent, run.stop);
+        return FinishedRun{std::move(outcome), effectiveRenames(rows)};
+    };
+    m_services.dispatcher.runDetached(
+        handingOver(work, [this, run](FinishedRun finished) { finishRun(run, std::move(finished)); }, onMain()));
+}
+
+void CommandBarService::finishRun(const Run& run, FinishedRun finished) {
+    if (run.token == m_requestToken) {
+        m_state.isRunning = false;
+        m_state.progress.reset();
+        handle(finished.outcome, run.action, run.context, std::move(finished.renames));
+    } else if (!run.stop.stop_requested()) {
+        finishLeftRun(run, std::move(finished));
+    }
+}
+
+void CommandBarService::finishLeftRun(const Run& run, FinishedRun finished) {
+    logOutcome(run.logID, finished.outcome);
+    if (const auto* completed = std::get_if<Completed>(&finished.outcome)) {
+        (void)recordOperation(run.action, run.context, *completed, std::move(finished.renames));
+        notifyIfBackgrounded(completed->message);
+    } else if (const auto* failure = std::get_if<Failure>(&finished.outcome)) {
+        notifyIfBackgrounded(failure->message);
+    }
 }
 
 void CommandBarService::handle(const RunOutcome& outcome, const Action& action, const FinderContext& context,
                                std::vector<Operation::Rename> renames) {
     // Set by an undo while this ran.
     stay();
+    logOutcome(m_currentLogID, outcome);
     std::visit(Overloaded{
                    [&](const SelectedCount& selected) {
-                       logOutcome("selected", std::to_string(selected.count));
                        show(selectedLine(selected.count), StatusKind::success);
                        scheduleDismiss(kBriefly);
                    },
-                   [&](const Completed& completed) {
-                       logOutcome("completed", completed.message);
-                       handleCompleted(completed, action, context, std::move(renames));
-                   },
+                   [&](const Completed& completed) { handleCompleted(completed, action, context, std::move(renames)); },
                    [&](const NeedsConfirmation& needed) { awaitConfirmation({action, context, {}}, needed.prompt); },
-                   [&](const Noop& noop) {
-                       logOutcome("noop", noop.message);
-                       show(noop.message, StatusKind::info);
-                   },
-                   [&](const Failure& failure) {
-                       logOutcome("failed", failure.message);
-                       showFailure(failure.message);
-                   },
+                   [&](const Noop& noop) { show(noop.message, StatusKind::info); },
+                   [&](const Failure& failure) { showFailure(failure.message); },
                },
                outcome);
 }
@@ -168,7 +176,8 @@ void CommandBarService::handleCompleted(const Completed& completed, const Action
                                         std::vector<Operation::Rename> renames) {
     show(completed.message, StatusKind::success);
     m_state.resultOutputs = completed.outputs;
-    recordOperation(action, context, completed, std::move(renames));
+    if (const auto record = recordOperation(action, context, completed, std::move(renames)))
+        m_lastOperationID = record;
     notifyIfBackgrounded(completed.message);
     scheduleDismiss(completed.outputs.empty() ? kBriefly : kWithOutputs);
 }

@@ -8,6 +8,7 @@
 #include "planning/PlanningPrompt.h"
 #include "planning/PresetEngine.h"
 #include "planning/RulesStore.h"
+#include "support/Overloaded.h"
 #include "support/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -16,6 +17,13 @@
 #include <utility>
 
 namespace torvo {
+
+namespace {
+
+/// So long the bar stays for whoever has one of its menus open; then it looks again.
+constexpr std::chrono::milliseconds kUntilMenuCloses{1000};
+
+} // namespace
 
 CommandBarService::CommandBarService(CommandBarServices services)
     : m_services(std::move(services)), m_history(m_services.defaults) {
@@ -181,6 +189,20 @@ void CommandBarService::logOutcome(std::string_view outcome, std::string_view de
         m_services.log.outcome(*m_currentLogID, outcome, detail);
 }
 
+void CommandBarService::logOutcome(const std::optional<UUID>& id, const RunOutcome& outcome) {
+    if (!id)
+        return;
+    auto& log = m_services.log;
+    std::visit(Overloaded{
+                   [&](const SelectedCount& selected) { log.outcome(*id, "selected", std::to_string(selected.count)); },
+                   [&](const Completed& completed) { log.outcome(*id, "completed", completed.message); },
+                   [](const NeedsConfirmation&) {},
+                   [&](const Noop& noop) { log.outcome(*id, "noop", noop.message); },
+                   [&](const Failure& failure) { log.outcome(*id, "failed", failure.message); },
+               },
+               outcome);
+}
+
 // Showing, docking and hiding
 
 void CommandBarService::placeUnder(const Rect& frame, BarForm form) {
@@ -304,6 +326,10 @@ void CommandBarService::scheduleDismiss(std::chrono::milliseconds delay) {
         // An undo may have set the clock while something runs, or while the bar is not there to be dismissed.
         if (isBusy() || !m_services.panel.isVisible())
             return;
+        if (m_services.panel.hasOpenMenu()) {
+            scheduleDismiss(kUntilMenuCloses);
+            return;
+        }
         const Turn turn(*this);
         const auto fired = std::move(m_dismissal);
         dismiss();

@@ -195,6 +195,7 @@ class CommandBarService {
     void logPlan(std::string_view route, std::string_view input, const FinderContext& context, Json extra);
     void logModelPlan(std::string_view route, std::string_view input, const FinderContext& context);
     void logOutcome(std::string_view outcome, std::string_view detail = "");
+    void logOutcome(const std::optional<UUID>& id, const RunOutcome& outcome);
 
     void plan(const std::string& command, const FinderContext& context);
     void startLLMPlan(const std::string& text, const FinderContext& context);
@@ -211,14 +212,31 @@ class CommandBarService {
     void awaitConfirmation(PendingAction pending, std::string prompt);
     void beginRunning(const Action& action, const FinderContext& context, Consent consent,
                       std::vector<PreviewRow> rows);
+    /// An action under way, and what the bar's state was about when it was begun.
+    struct Run {
+        Action action;
+        FinderContext context;
+        std::uint64_t token = 0;
+        std::optional<UUID> logID;
+        std::stop_token stop;
+    };
+    struct FinishedRun {
+        RunOutcome outcome;
+        std::vector<Operation::Rename> renames;
+    };
+    void finishRun(const Run& run, FinishedRun finished);
+    /// The bar was hidden or emptied while this ran and shows nothing of it. What it did to the files is on record all
+    /// the same, and whoever has moved away is told.
+    void finishLeftRun(const Run& run, FinishedRun finished);
     void handle(const RunOutcome& outcome, const Action& action, const FinderContext& context,
                 std::vector<Operation::Rename> renames = {});
     void handleCompleted(const Completed& completed, const Action& action, const FinderContext& context,
                          std::vector<Operation::Rename> renames);
     void notifyIfBackgrounded(std::string_view message);
 
-    void recordOperation(const Action& action, const FinderContext& context, const Completed& completed,
-                         std::vector<Operation::Rename> renames);
+    /// The new record, if the run created or renamed files.
+    std::optional<UUID> recordOperation(const Action& action, const FinderContext& context, const Completed& completed,
+                                        std::vector<Operation::Rename> renames);
     struct Undo {
         Operation operation;
         /// Set on the disk's queue.
@@ -262,7 +280,7 @@ class CommandBarService {
     FinderContext m_lastContext;
     std::string m_lastError;
     std::optional<UUID> m_currentLogID;
-    /// The record of the last run.
+    /// The record of the last run whose outcome was shown.
     std::optional<UUID> m_lastOperationID;
     /// Those under way, in the order of their end.
     std::vector<std::shared_ptr<Undo>> m_undos;

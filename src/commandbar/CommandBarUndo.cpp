@@ -31,17 +31,18 @@ auto find(std::vector<Operation>& operations, const UUID& id) {
 
 } // namespace
 
-void CommandBarService::recordOperation(const Action& action, const FinderContext& context, const Completed& completed,
-                                        std::vector<Operation::Rename> renames) {
+std::optional<UUID> CommandBarService::recordOperation(const Action& action, const FinderContext& context,
+                                                       const Completed& completed,
+                                                       std::vector<Operation::Rename> renames) {
     if (completed.outputs.empty() && renames.empty())
-        return;
+        return std::nullopt;
     m_state.operations.insert(m_state.operations.begin(),
                               Operation{UUID::random(), referenceSeconds(m_services.now()), completed.message, action,
                                         context.selection, completed.outputs, std::move(renames), false});
     if (m_state.operations.size() > kMaximumOperations)
         m_state.operations.resize(kMaximumOperations);
-    m_lastOperationID = m_state.operations.front().id;
     saveOperations();
+    return m_state.operations.front().id;
 }
 
 void CommandBarService::saveOperations() {

@@ -30,6 +30,7 @@ class CommandBarPanel {
     void onKeyChange(std::function<void(bool isKey)> action) { m_window.setKeyChangeAction(std::move(action)); }
 
     [[nodiscard]] bool isVisible() const { return m_window.isVisible(); }
+    [[nodiscard]] bool hasOpenMenu() const { return m_window.hasOpenMenu(); }
     void orderFront() { m_window.orderFront(); }
     void orderOut() { m_window.orderOut(); }
     void makeKey() { m_window.makeKey(); }

@@ -18,6 +18,8 @@ class Panel {
     /// Shows the panel above all windows; no window loses or gains the keyboard.
     virtual void orderFront() = 0;
     virtual void orderOut() = 0;
+    /// Whether one of the program's menus is open: it would vanish if the panel went, or another window came.
+    [[nodiscard]] virtual bool hasOpenMenu() const = 0;
     /// Gives the panel the keyboard.
     virtual void makeKey() = 0;
     /// What is called after the panel got (true) or lost (false) the keyboard. One action; the last one set counts.

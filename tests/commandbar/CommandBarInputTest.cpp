@@ -9,8 +9,10 @@ namespace torvo {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class CommandBarInput : public ::testing::Test {
@@ -222,6 +224,37 @@ TEST_F(CommandBarInput, TellsAUserWhoWentAwayAndLeavesByTheClock) {
     EXPECT_FALSE(bar.state().autoAttachEnabled);
 }
 
+TEST_F(CommandBarInput, KeepsOnRecordWhatARunDidThatItWasLeftWith) {
+    const auto leave = [&](const std::string& command) {
+        bar.modelAnswers(command);
+        bar.enter("do it");
+        ASSERT_TRUE(bar.settles());
+        bar.service->confirmPending();
+        bar.service->detach();
+        bar.finder.workspace.frontmost = "org.example.editor";
+    };
+    const auto told = [&] { return bar.dispatcher->runUntil([&] { return !bar.notifications.added.empty(); }); };
+    bar.select({});
+    leave("until [[ -e go ]] do sleep 0.01; done; print hello > made.txt");
+    (void)bar.files.file("go");
+    ASSERT_TRUE(told());
+    EXPECT_FALSE(bar.window.isVisible());
+    EXPECT_THAT(bar.state().resultOutputs, IsEmpty());
+    ASSERT_EQ(bar.state().operations.size(), 1U);
+    EXPECT_THAT(bar.logged(), Contains("completed: Do it"));
+    bar.undoLast();
+    EXPECT_TRUE((bar / "made.txt").exists()) << "nobody was shown what would be undone";
+    bar.undo(bar.state().operations.front().id);
+    EXPECT_FALSE((bar / "made.txt").exists());
+    bar.notifications.added.clear();
+    bar.finder.workspace.frontmost = kFinderIdentifier;
+    leave("until [[ -e gone ]] do sleep 0.01; done; print -u2 no luck; exit 3");
+    (void)bar.files.file("gone");
+    ASSERT_TRUE(told());
+    EXPECT_THAT(bar.notifications.added.front().body, HasSubstr("no luck"));
+    EXPECT_FALSE(bar.state().canAskAIToFix);
+}
+
 TEST_F(CommandBarInput, StaysForAUserWhoGoesOn) {
     const auto file = bar.files.file("a.txt");
     const auto zipAndWaitALittle = [&] {
@@ -240,6 +273,13 @@ TEST_F(CommandBarInput, StaysForAUserWhoGoesOn) {
     bar.dispatcher->advance(10s);
     EXPECT_THAT(bar.state().contextHint, EndsWith("1 dropped"));
     bar.service->cancel();
+    zipAndWaitALittle();
+    bar.window.isMenuOpen = true;
+    bar.dispatcher->advance(10s);
+    EXPECT_EQ(bar.state().status, "Zipped 1 item");
+    bar.window.isMenuOpen = false;
+    bar.dispatcher->advance(1s);
+    EXPECT_EQ(bar.state().status, "");
     zipAndWaitALittle();
     bar.pasteboard.files = {file};
     bar.service->useClipboard();

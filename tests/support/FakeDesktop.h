@@ -26,6 +26,7 @@ namespace torvo::testing {
 class FakePanel final : public Panel {
   public:
     [[nodiscard]] bool isVisible() const override { return m_isVisible; }
+    [[nodiscard]] bool hasOpenMenu() const override { return isMenuOpen; }
     [[nodiscard]] Rect frame() const override { return m_frame; }
     void setFrame(const Rect& frame) override { m_frame = frame; }
     void orderFront() override { m_isVisible = true; }
@@ -45,6 +46,8 @@ class FakePanel final : public Panel {
             tell();
     }
     [[nodiscard]] bool isKey() const { return m_isKey; }
+
+    bool isMenuOpen = false;
 
   private:
     void tell() {

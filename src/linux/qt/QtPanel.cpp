@@ -2,6 +2,7 @@
 
 #include "linux/qt/QtDesktopPoints.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QTimer>
 #include <chrono>
@@ -107,6 +108,10 @@ void QtPanel::setContent(QWidget* content) {
 
 bool QtPanel::isVisible() const {
     return m_isComing || m_window->isVisible();
+}
+
+bool QtPanel::hasOpenMenu() const {
+    return QApplication::activePopupWidget() != nullptr;
 }
 
 Rect QtPanel::frame() const {

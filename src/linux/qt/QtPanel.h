@@ -19,6 +19,7 @@ class QtPanel final : public Panel {
     QtPanel& operator=(const QtPanel&) = delete;
 
     bool isVisible() const override;
+    bool hasOpenMenu() const override;
     Rect frame() const override;
     void setFrame(const Rect& frame) override;
     void orderFront() override;
