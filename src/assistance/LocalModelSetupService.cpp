@@ -109,12 +109,14 @@ void LocalModelSetupService::installOrSelectRecommendedModel() {
 
 void LocalModelSetupService::download(const std::string& ollama) {
     m_isWorking = true;
+    m_isDownloading = true;
     say("Downloading qwen3:4b (about 2.5 GB)…");
     m_platform.dispatcher.runDetached(
         [this, onMain = onMainWhileAlive(), &processes = m_platform.processes, ollama, stop = m_stop.get_token()] {
             const auto run = runTool(processes, ollama, {"pull", kRecommendedModel}, stop);
             onMain([this, run] {
                 m_isWorking = false;
+                m_isDownloading = false;
                 if (!run || run->status != 0)
                     return say("Model download failed: " + (run ? run->reason() : run.error()));
                 selectRecommendedModel();

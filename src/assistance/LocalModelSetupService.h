@@ -52,6 +52,8 @@ class LocalModelSetupService {
     /// The sentence for the user.
     [[nodiscard]] const std::string& status() const { return m_status; }
     [[nodiscard]] bool isWorking() const { return m_isWorking; }
+    /// Whether the recommended model is on its way; a second press would start a second download.
+    [[nodiscard]] bool isDownloading() const { return m_isDownloading; }
     /// Whether Ollama's program or its application is there. Looks afresh on every call.
     [[nodiscard]] bool isOllamaInstalled() const;
     Subscription observe(std::function<void()> listener) { return m_observers.add(std::move(listener)); }
@@ -76,6 +78,7 @@ class LocalModelSetupService {
     std::vector<std::string> m_models;
     std::string m_status = "Checking local AI…";
     bool m_isWorking = false;
+    bool m_isDownloading = false;
     Observers m_observers;
     std::stop_source m_stop;
     /// Expires with the service.

@@ -104,12 +104,16 @@ void CommandBarService::handleDrop(const std::vector<FileURL>& files) {
 
 void CommandBarService::useClipboard() {
     const auto ingest = [&pasteboard = m_services.pasteboard, &finder = m_services.finder,
-                         desktop = m_services.home.appendingPath("Desktop")] {
+                         desktop = m_services.desktop] {
         return ClipboardService::ingest(pasteboard, finder.frontWindowFolder(), desktop);
     };
-    // Whatever the bar turns to meanwhile: a command that is submitted now is meant for these files.
-    m_services.desktopQueue.async(
-        handingOver(ingest, [this](const std::vector<FileURL>& files) { handleDrop(files); }, onMain()));
+    // Whatever the bar turns to meanwhile: a command that is submitted now is meant for these files. One that was left
+    // does not come back for them.
+    const auto take = [this](const std::vector<FileURL>& files) {
+        if (m_services.panel.isVisible())
+            handleDrop(files);
+    };
+    m_services.desktopQueue.async(handingOver(ingest, take, onMain()));
 }
 
 void CommandBarService::selectInFinder(std::vector<FileURL> files) {

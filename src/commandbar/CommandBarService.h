@@ -61,6 +61,8 @@ struct CommandBarServices {
     Trash& trash;
     OperationStore store;
     FileURL home;
+    /// The user's Desktop folder.
+    FileURL desktop;
     /// When an activity record is made.
     std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
 };

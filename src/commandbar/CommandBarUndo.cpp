@@ -88,6 +88,8 @@ void CommandBarService::finishUndo(const std::shared_ptr<Undo>& undo) {
     // What is said now takes the place of a question, so the question goes.
     m_state.pending.reset();
     if (!outcome) {
+        // The clock of the run before must not take this away.
+        stay();
         show(outcome.error(), StatusKind::failure);
         // The Activity window may be in front, and the bar hidden.
         notifyIfBackgrounded(outcome.error());
@@ -99,7 +101,7 @@ void CommandBarService::finishUndo(const std::shared_ptr<Undo>& undo) {
     if (!restored.empty())
         selectInFinder(std::move(restored));
     show("Undid " + undo->operation.title, StatusKind::info);
-    if (m_undoDismisses && m_undos.empty())
+    if ((m_undoDismisses || !m_state.isKeyWindow) && m_undos.empty())
         scheduleDismiss(kUndoneShown);
 }
 

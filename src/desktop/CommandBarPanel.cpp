@@ -1,6 +1,7 @@
 #include "desktop/CommandBarPanel.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace torvo {
 
@@ -14,6 +15,15 @@ constexpr double kLeastExpandedWidth = 420;
 /// So much of the bar stays on the screen, however far to the right its window is.
 constexpr double kLeastShown = 120;
 constexpr double kGap = 8;
+/// Less is not worth a move.
+constexpr double kLeastChange = 0.5;
+
+/// The first screen that a rectangle is on; null when it is on none.
+const Screen* screenOf(const Rect& rectangle, const ScreenLayout& layout) {
+    const auto screen =
+        std::ranges::find_if(layout.screens, [&](const Screen& each) { return each.frame.intersects(rectangle); });
+    return screen != layout.screens.end() ? &*screen : nullptr;
+}
 
 Rect centred(const Rect& screen, BarForm form, double height) {
     const double width = form == BarForm::expanded ? kExpandedWidth : kCompactWidth;
@@ -38,18 +48,39 @@ std::optional<Rect> panelPlacement(const std::optional<Rect>& frame, BarForm for
     const double kept = height > 1 ? height : kFirstHeight;
     const auto* main = layout.main && *layout.main < layout.screens.size() ? &layout.screens[*layout.main] : nullptr;
     if (frame) {
-        const auto under =
-            std::ranges::find_if(layout.screens, [&](const Screen& screen) { return screen.frame.intersects(*frame); });
-        const auto* screen = under != layout.screens.end() ? &*under : main;
-        if (screen != nullptr)
+        const auto* under = screenOf(*frame, layout);
+        if (const auto* screen = under != nullptr ? under : main)
             return docked(*frame, screen->visibleFrame, form, kept);
     }
     return main != nullptr ? std::optional(centred(main->frame, form, kept)) : std::nullopt;
 }
 
+std::optional<double> fittedHeight(double contentHeight, double panelHeight) {
+    const double height = std::ceil(contentHeight);
+    return contentHeight > 1 && std::abs(height - panelHeight) > kLeastChange ? std::optional(height) : std::nullopt;
+}
+
+Rect fittedFrame(double height, const Rect& panel, double top, const ScreenLayout& layout) {
+    Rect fitted{panel.x, top - height, panel.width, height};
+    if (const auto* screen = screenOf(panel, layout))
+        fitted.y = std::max(fitted.y, std::min(screen->visibleFrame.y, screen->visibleFrame.top() - height));
+    return fitted;
+}
+
 void CommandBarPanel::position(const std::optional<Rect>& frame, BarForm form) {
-    if (const auto place = panelPlacement(frame, form, m_window.frame().height, m_screens.layout()))
-        m_window.setFrame(*place);
+    const auto place = panelPlacement(frame, form, m_window.frame().height, m_screens.layout());
+    if (!place)
+        return;
+    m_top = place->top();
+    m_window.setFrame(*place);
+}
+
+void CommandBarPanel::fit(double contentHeight) {
+    if (!m_window.isVisible())
+        return;
+    const auto frame = m_window.frame();
+    if (const auto height = fittedHeight(contentHeight, frame.height))
+        m_window.setFrame(fittedFrame(*height, frame, m_top.value_or(frame.top()), m_screens.layout()));
 }
 
 } // namespace torvo

@@ -18,6 +18,13 @@ enum class BarForm { compact, expanded };
 [[nodiscard]] std::optional<Rect> panelPlacement(const std::optional<Rect>& frame, BarForm form, double height,
                                                  const ScreenLayout& layout);
 
+/// The height for content of a height, in whole points. Absent when the panel has it already, or there is no content.
+[[nodiscard]] std::optional<double> fittedHeight(double contentHeight, double panelHeight);
+
+/// The frame of a panel of that height whose top edge was placed at `top`: it hangs down from there, and further up
+/// only where the screen ends before it does.
+[[nodiscard]] Rect fittedFrame(double height, const Rect& panel, double top, const ScreenLayout& layout);
+
 /// The floating window of the command bar. Main thread only.
 class CommandBarPanel {
   public:
@@ -26,6 +33,8 @@ class CommandBarPanel {
 
     /// Places and sizes the panel by `panelPlacement`.
     void position(const std::optional<Rect>& frame, BarForm form);
+    /// Gives the panel the height of its content, while it is visible.
+    void fit(double contentHeight);
     /// `action` is called after the panel became key (true) or resigned it (false).
     void onKeyChange(std::function<void(bool isKey)> action) { m_window.setKeyChangeAction(std::move(action)); }
 
@@ -38,6 +47,8 @@ class CommandBarPanel {
   private:
     Panel& m_window;
     Screens& m_screens;
+    /// The top edge where the panel was placed.
+    std::optional<double> m_top;
 };
 
 } // namespace torvo

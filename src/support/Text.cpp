@@ -263,10 +263,23 @@ std::string printable(std::string_view bytes) {
     return replacingCharacters(bytes, [](std::int32_t) { return false; });
 }
 
+namespace {
+
+/// Takes no place and says nothing to whoever reads it, so that two texts that differ in it alone look the same.
+/// Joiners and variation selectors shape the letters of scripts and emoji beside them.
+bool isUnseen(std::int32_t codePoint) {
+    constexpr std::int32_t kNonJoiner = 0x200C;
+    constexpr std::int32_t kJoiner = 0x200D;
+    return u_hasBinaryProperty(codePoint, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0 && codePoint != kNonJoiner &&
+           codePoint != kJoiner && u_hasBinaryProperty(codePoint, UCHAR_VARIATION_SELECTOR) == 0;
+}
+
+} // namespace
+
 std::string printableLine(std::string_view bytes) {
     return replacingCharacters(bytes, [](std::int32_t c) {
         return u_charType(c) == U_CONTROL_CHAR || isLineBreak(c) || u_hasBinaryProperty(c, UCHAR_BIDI_CONTROL) != 0 ||
-               c == 0x200B || c == 0xFEFF;
+               isUnseen(c);
     });
 }
 

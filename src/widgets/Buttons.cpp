@@ -2,7 +2,6 @@
 
 #include "widgets/ShownText.h"
 
-#include <QEvent>
 #include <QStyleOptionButton>
 #include <QStylePainter>
 #include <algorithm>
@@ -109,17 +108,16 @@ SymbolButton::SymbolButton(Symbol symbol, Tone tone, const QString& spokenName) 
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(spokenName);
     setToolTip(plainToolTip(spokenName));
-    applyTone();
 }
 
-void SymbolButton::applyTone() {
-    setIcon(symbolIcon(m_symbol, toneColor(m_tone, palette())));
-}
-
-void SymbolButton::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange)
-        applyTone();
-    QToolButton::changeEvent(event);
+void SymbolButton::paintEvent(QPaintEvent* /*event*/) {
+    QStylePainter painter(this);
+    QStyleOptionToolButton option;
+    initStyleOption(&option);
+    painter.drawComplexControl(QStyle::CC_ToolButton, option);
+    QRectF square({}, QSizeF(iconSize()));
+    square.moveCenter(QRectF(rect()).center());
+    drawSymbol(painter, m_symbol, square, toneColor(m_tone, palette()));
 }
 
 } // namespace torvo

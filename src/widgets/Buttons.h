@@ -47,11 +47,9 @@ class SymbolButton final : public QToolButton {
     SymbolButton(Symbol symbol, Tone tone, const QString& spokenName);
 
   protected:
-    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
   private:
-    void applyTone();
-
     Symbol m_symbol;
     Tone m_tone;
 };

@@ -1,5 +1,6 @@
 #include "widgets/ScrollingRow.h"
 
+#include "widgets/TabOrder.h"
 #include "widgets/Theme.h"
 
 #include <QEvent>
@@ -56,6 +57,7 @@ ScrollingRow::ScrollingRow(int spacing, int bottomPadding, QWidget* parent)
     viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
     content->installEventFilter(this);
+    followKeyboard(*this);
     QObject::connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, [this] { placeFades(); });
     QObject::connect(horizontalScrollBar(), &QScrollBar::rangeChanged, this, [this] { placeFades(); });
 }

@@ -1,5 +1,6 @@
 #include "widgets/SectionBox.h"
 
+#include "widgets/TabOrder.h"
 #include "widgets/Theme.h"
 #include "widgets/ToneLabel.h"
 
@@ -61,6 +62,7 @@ ScrollColumn::ScrollColumn(int spacing, const QMargins& padding) : m_padding(pad
     // The window shows through.
     viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
+    followKeyboard(*this);
 }
 
 void ScrollColumn::resizeEvent(QResizeEvent* event) {

@@ -34,8 +34,9 @@ QString shownParagraph(std::string_view bytes) {
     return shownLine(beginning) + (beginning.size() < bytes.size() ? QStringLiteral("…") : QString());
 }
 
-QString plainToolTip(const QString& text) {
-    return QStringLiteral("<p style='white-space: pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
+QString plainToolTip(const QString& text, Qt::LayoutDirection direction) {
+    const auto* attribute = direction == Qt::LeftToRight ? " dir='ltr'" : "";
+    return QStringLiteral("<p%1 style='white-space: pre-wrap'>%2</p>").arg(attribute, text.toHtmlEscaped());
 }
 
 } // namespace torvo

@@ -16,7 +16,8 @@ namespace torvo {
 /// beyond any reader's patience.
 [[nodiscard]] QString shownParagraph(std::string_view bytes);
 
-/// A tool tip that shows the text as it is, never as markup, wrapped where it is long.
-[[nodiscard]] QString plainToolTip(const QString& text);
+/// A tool tip that shows the text as it is, never as markup, wrapped where it is long. `direction`: of a text that is
+/// put together from parts; one of its own has the direction of its letters.
+[[nodiscard]] QString plainToolTip(const QString& text, Qt::LayoutDirection direction = Qt::LayoutDirectionAuto);
 
 } // namespace torvo

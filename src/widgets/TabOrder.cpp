@@ -1,7 +1,7 @@
 #include "widgets/TabOrder.h"
 
+#include <QApplication>
 #include <QLayout>
-#include <QScrollArea>
 #include <vector>
 
 namespace torvo {
@@ -39,6 +39,13 @@ void orderTabs(QWidget& root) {
     collect(root, controls);
     for (std::size_t index = 1; index < controls.size(); ++index)
         QWidget::setTabOrder(controls[index - 1], controls[index]);
+}
+
+void followKeyboard(QScrollArea& area) {
+    QObject::connect(qApp, &QApplication::focusChanged, &area, [&area](QWidget* /*before*/, QWidget* now) {
+        if (now != nullptr && area.widget()->isAncestorOf(now) && QApplication::mouseButtons() == Qt::NoButton)
+            area.ensureWidgetVisible(now);
+    });
 }
 
 } // namespace torvo

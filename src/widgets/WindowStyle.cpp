@@ -145,6 +145,13 @@ void drawButtonBody(QPainter& painter, const QRectF& area, const QPalette& palet
 
 WindowStyle::WindowStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
 
+void WindowStyle::polish(QPalette& palette) {
+    QProxyStyle::polish(palette);
+    // Buttons have the window's colours here, whatever the desktop's are.
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+        palette.setColor(group, QPalette::ButtonText, palette.color(group, QPalette::WindowText));
+}
+
 void WindowStyle::polish(QWidget* widget) {
     QProxyStyle::polish(widget);
     // What is beneath shows through beside the handle.

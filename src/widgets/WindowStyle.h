@@ -19,6 +19,7 @@ class WindowStyle final : public QProxyStyle {
   public:
     WindowStyle();
 
+    void polish(QPalette& palette) override;
     void polish(QWidget* widget) override;
     using QProxyStyle::polish;
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,

@@ -44,11 +44,11 @@ constexpr std::array kPermissions{
     Permission{"Finder extension (optional)",
                "Turn on “Torvo” under Finder extensions to get a right-click action in Finder.", ""}};
 
-void open(const Permission& permission, Workspace& workspace) {
-    if (permission.anchor.empty())
+void open(std::string_view anchor, Workspace& workspace) {
+    if (anchor.empty())
         AccessibilityService::openFinderExtensionsPane(workspace);
     else
-        AccessibilityService::open(permission.anchor, workspace);
+        AccessibilityService::open(anchor, workspace);
 }
 
 /// A row of a leading symbol, a title over a detail, and room for a button.
@@ -127,7 +127,7 @@ void OnboardingView::addPermissions(QVBoxLayout& column) {
                             new CaptionLabel(permission.detail));
         auto* button = makeSmallButton("Open");
         button->setAccessibleDescription(permission.title);
-        connect(button, &QPushButton::clicked, this, [this, &permission] { open(permission, m_services.workspace); });
+        connect(button, &QPushButton::clicked, this, [this, anchor = permission.anchor] { grant(anchor); });
         row->addWidget(button);
         rows.addLayout(row);
     }
@@ -188,6 +188,16 @@ void OnboardingView::showEvent(QShowEvent* event) {
     m_services.modelSetup.refresh();
 }
 
+void OnboardingView::grant(std::string_view anchor) {
+    open(anchor, m_services.workspace);
+    // Few desktops have a pane for it; there it is granted by asking.
+    if (anchor == AccessibilityService::kAccessibilityAnchor)
+        m_services.dispatcher.runDetached([&accessibility = m_services.accessibility] {
+            if (!accessibility.isTrusted())
+                accessibility.promptForTrust();
+        });
+}
+
 void OnboardingView::checkTrust() {
     // The answer comes from another program.
     m_services.dispatcher.runDetached([services = m_services, view = QPointer(this)] {
@@ -206,8 +216,7 @@ void OnboardingView::showLocalModel() {
     m_modelSymbol->setAccessibleName(isReady ? "Ready" : "Not set up");
     m_modelButton->setVisible(!isReady);
     m_modelButton->setText(m_offer == ModelOffer::getOllama ? "Get Ollama…" : "Set Up Model");
-    // A second press would start a second download.
-    m_modelButton->setEnabled(m_offer == ModelOffer::getOllama || !m_services.modelSetup.isWorking());
+    m_modelButton->setEnabled(m_offer == ModelOffer::getOllama || !m_services.modelSetup.isDownloading());
 }
 
 void OnboardingView::showShortcut() {

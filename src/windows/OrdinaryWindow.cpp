@@ -1,5 +1,6 @@
 #include "windows/OrdinaryWindow.h"
 
+#include "widgets/ApplicationIcon.h"
 #include "widgets/Theme.h"
 
 #include <QScreen>
@@ -21,6 +22,7 @@ void OrdinaryWindow::present() {
     if (!m_window) {
         m_window = std::make_unique<QWidget>();
         m_window->setWindowTitle(m_frame.title);
+        m_window->setWindowIcon(applicationIcon());
         m_window->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                                  Qt::WindowCloseButtonHint |
                                  (m_frame.canBeMinimized ? Qt::WindowMinimizeButtonHint : Qt::WindowFlags()));

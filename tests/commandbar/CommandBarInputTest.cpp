@@ -175,6 +175,11 @@ TEST_F(CommandBarInput, TakesDroppedFilesAndTheClipboardForTheSelection) {
     bar.dispatcher->runPending();
     EXPECT_EQ(testing::readFile(bar / "Pasted image.png"), "png of tiff");
     EXPECT_THAT(bar.selectedNames(), ElementsAre("Pasted image.png"));
+
+    bar.service->useClipboard();
+    bar.service->detach();
+    bar.dispatcher->runPending();
+    EXPECT_FALSE(bar.window.isVisible()) << "it comes back for nothing that was asked before";
 }
 
 TEST_F(CommandBarInput, DropsTheDropWhenItHides) {

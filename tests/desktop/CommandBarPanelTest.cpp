@@ -49,5 +49,22 @@ TEST(PanelPlacement, HangsTheBarUnderTheWindowAndKeepsItOnTheScreen) {
         << "a window on a screen needs no main screen";
 }
 
+TEST(PanelPlacement, GrowsAndShrinksBelowTheTopEdgeWhereverTheScreenHasRoom) {
+    const ScreenLayout layout{{{{0, 0, 1600, 900}, {0, 60, 1600, 840}}}, 0};
+    EXPECT_EQ(fittedHeight(212.3, 90), 213);
+    EXPECT_EQ(fittedHeight(90, 90), std::nullopt);
+    EXPECT_EQ(fittedHeight(89.4, 90), std::nullopt);
+    EXPECT_EQ(fittedHeight(90, 89.6), std::nullopt) << "0.4 points are not worth a move";
+    EXPECT_EQ(fittedHeight(1, 90), std::nullopt);
+
+    const Rect panel{100, 300, 600, 90};
+    EXPECT_EQ(fittedFrame(213, panel, 390, layout), (Rect{100, 177, 600, 213}));
+    EXPECT_EQ(fittedFrame(58, panel, 390, layout), (Rect{100, 332, 600, 58}));
+    EXPECT_EQ(fittedFrame(400, panel, 390, layout), (Rect{100, 60, 600, 400})) << "its buttons stay on the screen";
+    EXPECT_EQ(fittedFrame(90, {100, 60, 600, 400}, 390, layout), panel) << "and it hangs down as before afterwards";
+    EXPECT_EQ(fittedFrame(1000, panel, 390, layout), (Rect{100, -100, 600, 1000})) << "the field is seen, at least";
+    EXPECT_EQ(fittedFrame(400, panel, 390, {}), (Rect{100, -10, 600, 400}));
+}
+
 } // namespace
 } // namespace torvo

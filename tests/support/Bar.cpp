@@ -35,7 +35,7 @@ void Bar::start() {
         CommandBarServices{*dispatcher, desktopQueue, diskQueue, panel, finder.service, finder.workspace, runner,
                            processes, *settings, session, log, pasteboard, notifications, distributed, trash,
                            OperationStore(support / "Torvo/activity.json", systemLog, [this] { return now; }),
-                           support.url(), [this] { return now; }});
+                           support.url(), support / "Desktop", [this] { return now; }});
     m_watch = service->observe([this] { statuses.push_back(state().status); });
 }
 

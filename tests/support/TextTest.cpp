@@ -32,6 +32,8 @@ TEST(Text, LowersWellFormedTextAndKeepsOtherBytes) {
     EXPECT_EQ(printable("a\xFF\n\xE2\x82z"), "a\uFFFD\n\uFFFDz");
     EXPECT_EQ(printableLine("a\x1B[2J\n\u2028b\u0085"), "a\uFFFD[2J\uFFFD\uFFFDb\uFFFD");
     EXPECT_EQ(printableLine("safe\u202Egnp.exe\u200B\u2069"), "safe\uFFFDgnp.exe\uFFFD\uFFFD");
+    EXPECT_EQ(printableLine("a\u2060b\u00ADc\u3164d\U000E0041"), "a\uFFFDb\uFFFDc\uFFFDd\uFFFD");
+    EXPECT_EQ(printableLine("می\u200Cخواهم ❤\uFE0F 👩\u200D🚀"), "می\u200Cخواهم ❤\uFE0F 👩\u200D🚀");
 }
 
 TEST(FileURL, TakesPathsApartAsBytes) {

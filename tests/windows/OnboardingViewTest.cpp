@@ -63,11 +63,13 @@ TEST_F(OnboardingViewTest, TrustIsReadWhenTheWindowOpensAndByTheButtonAlone) {
     reopen();
     EXPECT_TRUE(become("✓234"));
 
+    accessibility.isAllowed = false;
     auto& opened = desk.bar.finder.workspace.opened;
     for (const auto* row : {"Accessibility", "Automation (Finder)", "Full Disk Access", "Finder extension (optional)"})
         click(*view, "Open", row);
     EXPECT_THAT(opened, ElementsAre(HasSubstr("Privacy_Accessibility"), HasSubstr("Privacy_Automation"),
                                     HasSubstr("Privacy_AllFiles"), HasSubstr("ExtensionsPreferences")));
+    EXPECT_TRUE(desk.bar.dispatcher->runUntil([&] { return accessibility.prompts == 1; })) << "of the first alone";
 }
 
 TEST_F(OnboardingViewTest, LocalModelIsOfferedUntilItIsThere) {

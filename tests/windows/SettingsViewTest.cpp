@@ -256,14 +256,22 @@ TEST_F(SettingsViewTest, ConnectionTestNamesWhatTheServerOffers) {
     EXPECT_FALSE(isEnabled(*view, "Test Connection"));
 }
 
-TEST_F(SettingsViewTest, ConnectionTestEndsWithTheWindow) {
+TEST_F(SettingsViewTest, ConnectionTestEndsWithTheAddressAndTheWindow) {
     open();
     desk.bar.server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
     click(*view, "Test Connection");
     const auto requests = desk.bar.server.requests().size();
     ASSERT_TRUE(desk.bar.server.waitForRequests(requests + 1));
+    type(*view, "Base URL", QString::fromStdString(desk.bar.server.url()) + "/other");
+    EXPECT_TRUE(desk.bar.server.waitForHangUps(1)) << "it says nothing about another address";
+    EXPECT_TRUE(isEnabled(*view, "Test Connection"));
+    desk.bar.dispatcher->runPending();
+
+    desk.bar.server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
+    click(*view, "Test Connection");
+    ASSERT_TRUE(desk.bar.server.waitForRequests(requests + 2));
     view.reset();
-    EXPECT_TRUE(desk.bar.server.waitForHangUps(1)) << "nobody waits for the answer any more";
+    EXPECT_TRUE(desk.bar.server.waitForHangUps(2)) << "nobody waits for the answer any more";
     desk.bar.dispatcher->runPending();
 }
 

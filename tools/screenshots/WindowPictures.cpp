@@ -62,7 +62,7 @@ void showWhole(QWidget& window) {
 
 void showWindows(const TakeWindow& take) {
     SettingsDesk desk;
-    for (const auto* tool : {"magick", "ffmpeg", "exiftool", "ollama"})
+    for (const auto* tool : {"sips", "zip", "magick", "ffmpeg", "exiftool", "ollama"})
         desk.installTool(tool);
     RulesStore rules(desk.bar.defaults);
     (void)rules.add("web", "resize to 1600 px and convert to jpg");

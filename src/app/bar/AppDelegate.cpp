@@ -2,7 +2,9 @@
 
 #include "desktop/SettingsStore.h"
 #include "desktop/URLEvent.h"
+#include "linux/UserFolders.h"
 #include "planning/LLMEndpoint.h"
+#include "widgets/ApplicationIcon.h"
 #include "windows/IdeasGalleryView.h"
 #include "windows/OnboardingView.h"
 #include "windows/OperationLogView.h"
@@ -22,6 +24,7 @@ constexpr const char* kBlurred = "torvobar.commandBarBlurred";
 /// What the user does not look at first, the status item and whether there is a model, comes this much later than the
 /// bar: both would take the processor and the X server from its first paint.
 constexpr std::chrono::milliseconds kUntilThePaint{100};
+constexpr QSize kAboutIcon(64, 64);
 
 } // namespace
 
@@ -109,8 +112,9 @@ void AppDelegate::makeCommandBar() {
         m_dispatcher, m_desktopQueue, m_services.diskQueue, m_panel, m_finder, m_platform.workspace, *m_runner,
         m_services.processes, m_services.defaults, m_services.session, m_services.log, m_platform.pasteboard,
         m_platform.notifications, m_platform.distributed, m_platform.trash,
-        OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder()});
-    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_platform.panel, backdrop());
+        OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder(),
+        desktopFolder()});
+    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_panel, backdrop());
     m_platform.panel.setContent(m_view);
     m_platform.panel.setCloseAction([this] { m_commandBar->cancel(); });
     m_activations = m_platform.front.onActivation([this] {
@@ -120,10 +124,9 @@ void AppDelegate::makeCommandBar() {
         m_services.diskQueue.async([] { ::malloc_trim(0); });
     });
     // On a desktop without a status area the menu is here.
-    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
-    QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view, [this](const QPoint& place) {
+    m_view->setMenuItems([this](QMenu& menu) {
         if (m_menuBar)
-            m_menuBar->menu().popup(m_view->mapToGlobal(place));
+            m_menuBar->addItems(menu);
     });
 }
 
@@ -155,7 +158,11 @@ void AppDelegate::showAbout() {
     m_about = new QMessageBox(QMessageBox::NoIcon, "About Torvo",
                               "Torvo " TORVO_VERSION "\n\nA command bar for Finder: select files, type what you "
                               "want.");
+    // By itself it would keep the keyboard from the bar.
+    m_about->setWindowModality(Qt::NonModal);
     m_about->setTextFormat(Qt::PlainText);
+    m_about->setWindowIcon(applicationIcon());
+    m_about->setIconPixmap(applicationIcon().pixmap(kAboutIcon, m_about->devicePixelRatio()));
     m_about->setAttribute(Qt::WA_DeleteOnClose);
     m_about->show();
     m_about->activateWindow();

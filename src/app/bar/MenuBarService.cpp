@@ -55,6 +55,11 @@ QAction* MenuBarService::add(const QString& title, std::function<void()> action)
     return m_menu.addAction(title, &m_menu, std::move(action));
 }
 
+void MenuBarService::addItems(QMenu& menu) {
+    menuWillOpen();
+    menu.addActions(m_menu.actions());
+}
+
 void MenuBarService::menuWillOpen() {
     m_autoAttachItem->setChecked(m_actions.isAutoAttachEnabled());
     m_showItem->setShortcut(keySequence(m_actions.shortcut()));

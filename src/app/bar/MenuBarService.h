@@ -29,8 +29,8 @@ class MenuBarService {
     MenuBarService(const MenuBarService&) = delete;
     MenuBarService& operator=(const MenuBarService&) = delete;
 
-    /// For desktops without a status area: the same menu, at a place.
-    [[nodiscard]] QMenu& menu() { return m_menu; }
+    /// For desktops without a status area: adds the same items to a menu that is about to open.
+    void addItems(QMenu& menu);
 
   private:
     QAction* add(const QString& title, std::function<void()> action);

@@ -1,6 +1,8 @@
 #include "app/bar/UpdateWindow.h"
 
 #include "support/Overloaded.h"
+#include "widgets/ApplicationIcon.h"
+#include "widgets/Buttons.h"
 #include "widgets/ShownText.h"
 #include "widgets/Theme.h"
 
@@ -51,6 +53,7 @@ UpdateWindow::UpdateWindow(FeedUpdater& updater, Workspace& workspace, std::stri
 void UpdateWindow::make() {
     m_window = std::make_unique<QWidget>();
     m_window->setWindowTitle(QStringLiteral("Torvo Updates"));
+    m_window->setWindowIcon(applicationIcon());
     auto* column = new QVBoxLayout(m_window.get());
     column->setContentsMargins(20, 20, 20, 16);
     m_title = new QLabel;
@@ -64,8 +67,8 @@ void UpdateWindow::make() {
     column->addStretch();
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    m_download = new QPushButton(QStringLiteral("Download…"));
-    auto* close = new QPushButton(QStringLiteral("Close"));
+    m_download = makeButton(QStringLiteral("Download…"));
+    auto* close = makeButton(QStringLiteral("Close"));
     buttons->addWidget(m_download);
     buttons->addWidget(close);
     column->addLayout(buttons);

@@ -1,6 +1,7 @@
 #include "commandbar/view/BarPresentation.h"
 
 #include "support/FileURLText.h"
+#include "support/Overloaded.h"
 #include "support/Text.h"
 
 #include <fmt/format.h>
@@ -80,19 +81,25 @@ std::string moreText(std::size_t count, std::size_t shown) {
     return count > shown ? fmt::format("+{} more", count - shown) : std::string();
 }
 
+int commandLine(const CommandBarState& state) {
+    if (!state.pending)
+        return 0;
+    const auto command =
+        std::visit(Overloaded{[](const Shell& shell) { return std::string_view(shell.command); },
+                              [](const SelectByCommand& listing) { return std::string_view(listing.command); },
+                              [](const auto&) { return std::string_view(); }},
+                   state.pending->action);
+    const std::string_view status = state.status;
+    // The explanation before it may hold anything, and so may the command: only its length tells where it begins.
+    if (command.empty() || !status.ends_with(command))
+        return 0;
+    return static_cast<int>(std::ranges::count(status.substr(0, status.size() - command.size()), '\n'));
+}
+
 std::string_view lastPathComponent(std::string_view path) {
     while (path.size() > 1 && path.back() == '/')
         path.remove_suffix(1);
     return path == "/" ? path : path.substr(path.rfind('/') + 1);
-}
-
-std::optional<Rect> fittedFrame(double contentHeight, const Rect& panelFrame, bool isVisible) {
-    if (!isVisible || !(contentHeight > 1))
-        return std::nullopt;
-    const double height = std::ceil(contentHeight);
-    if (std::abs(height - panelFrame.height) <= 0.5)
-        return std::nullopt;
-    return Rect{panelFrame.x, panelFrame.top() - height, panelFrame.width, height};
 }
 
 } // namespace torvo

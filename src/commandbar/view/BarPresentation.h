@@ -2,7 +2,6 @@
 
 #include "commandbar/CommandBarState.h"
 #include "support/FileURL.h"
-#include "support/Geometry.h"
 #include "widgets/Symbol.h"
 #include "widgets/Theme.h"
 
@@ -65,8 +64,7 @@ constexpr std::size_t kMostPills = 3;
 /// The name at the end of a path, as a preview command printed it.
 [[nodiscard]] std::string_view lastPathComponent(std::string_view path);
 
-/// The frame that fits a panel to content of that height, rounded up to whole points, with the top edge where it is.
-/// Absent when the panel already has it, or is not visible, or there is no content yet.
-[[nodiscard]] std::optional<Rect> fittedFrame(double contentHeight, const Rect& panelFrame, bool isVisible);
+/// Which line of the status begins the command that the user is asked about, counted from 0; 0 when nothing is asked.
+[[nodiscard]] int commandLine(const CommandBarState& state);
 
 } // namespace torvo

@@ -53,6 +53,9 @@ void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvail
     m_suggestions = chips;
     for (std::size_t i = 0; i < chips.size(); ++i) {
         chip(i).setLabel(shownLine(chips[i].title));
+        // A click runs the whole command, of which the title may be the beginning.
+        const auto input = shownParagraph(chips[i].input);
+        chip(i).setToolTip(chips[i].input == chips[i].title ? QString() : plainToolTip(input));
         chip(i).setVisible(true);
     }
     for (std::size_t i = chips.size(); i < m_chips.size(); ++i)

@@ -50,8 +50,8 @@ void acceptWithoutMoving(QDropEvent& event) {
 
 } // namespace
 
-CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, Panel& panel, Backdrop backdrop,
-                               QWidget* parent)
+CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, CommandBarPanel& panel,
+                               Backdrop backdrop, QWidget* parent)
     : QWidget(parent),
       m_service(service),
       m_hotKey(hotKey),
@@ -76,6 +76,10 @@ CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& ho
     column->addWidget(m_full);
     column->addWidget(m_compact);
     column->setSizeConstraint(QLayout::SetNoConstraint);
+    auto& field = m_full->field();
+    field.setContextMenuPolicy(Qt::CustomContextMenu);
+    QObject::connect(&field, &QWidget::customContextMenuRequested, this,
+                     [this, &field](const QPoint& place) { openFieldMenu(field.mapToGlobal(place)); });
     m_compact->showShortcut(m_hotKey.configuration().displayName());
     m_stateChanges = m_service.observe([this] { present(m_service.state()); });
     m_shortcutChanges = m_hotKey.observe([this] { m_compact->showShortcut(m_hotKey.configuration().displayName()); });
@@ -106,10 +110,8 @@ int CommandBarView::contentHeight() {
 }
 
 void CommandBarView::fitPanel() {
-    // Also while it is hidden: it may be shown before the next change.
-    const auto height = contentHeight();
-    if (const auto frame = fittedFrame(height, m_panel.frame(), m_panel.isVisible()))
-        m_panel.setFrame(*frame);
+    // Layouts are settled also while it is hidden: it may be shown before the next change.
+    m_panel.fit(contentHeight());
 }
 
 void CommandBarView::applyMask() {
@@ -171,6 +173,26 @@ void CommandBarView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QWidget::keyPressEvent(event);
+}
+
+void CommandBarView::contextMenuEvent(QContextMenuEvent* event) {
+    openMenu(new QMenu(this), event->globalPos());
+}
+
+void CommandBarView::openFieldMenu(const QPoint& place) {
+    auto* menu = m_full->field().createStandardContextMenu();
+    // The field is empty most of the time, and then almost nothing can be done with its text.
+    for (auto* action : menu->actions())
+        action->setVisible(action->isSeparator() || action->isEnabled());
+    menu->addSeparator();
+    openMenu(menu, place);
+}
+
+void CommandBarView::openMenu(QMenu* menu, const QPoint& place) {
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_addMenuItems)
+        m_addMenuItems(*menu);
+    menu->popup(place);
 }
 
 void CommandBarView::setDropTarget(DropTarget target) {

@@ -2,11 +2,14 @@
 
 #include "commandbar/CommandBarService.h"
 #include "commandbar/view/BarBackground.h"
+#include "desktop/CommandBarPanel.h"
 #include "desktop/HotKeyCoordinator.h"
-#include "platform/Panel.h"
 #include "support/Observable.h"
 
+#include <QMenu>
 #include <QWidget>
+#include <functional>
+#include <utility>
 
 namespace torvo {
 
@@ -17,8 +20,8 @@ class FullBody;
 /// the panel as high as its content. It fills the panel's window.
 class CommandBarView final : public QWidget {
   public:
-    /// `panel`: the window that holds the view. All must outlive the view.
-    CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, Panel& panel, Backdrop backdrop,
+    /// `panel`: what holds the view. All must outlive the view.
+    CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, CommandBarPanel& panel, Backdrop backdrop,
                    QWidget* parent = nullptr);
     ~CommandBarView() override;
     CommandBarView(const CommandBarView&) = delete;
@@ -28,6 +31,10 @@ class CommandBarView final : public QWidget {
     void present(const CommandBarState& state);
     /// Follows a compositor that came or went.
     void setBackdrop(Backdrop backdrop);
+
+    /// Has `addItems` fill the menu that a right click on the bar opens; on the field it comes after what can be done
+    /// with the text.
+    void setMenuItems(std::function<void(QMenu& menu)> addItems) { m_addMenuItems = std::move(addItems); }
 
     /// The height that the content needs at the present width, the margin included.
     [[nodiscard]] int contentHeight();
@@ -43,24 +50,28 @@ class CommandBarView final : public QWidget {
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
   private:
     void setDropTarget(DropTarget target);
+    void openFieldMenu(const QPoint& place);
+    void openMenu(QMenu* menu, const QPoint& place);
     void fitPanel();
     void applyMask();
 
     CommandBarService& m_service;
     HotKeyCoordinator& m_hotKey;
-    Panel& m_panel;
+    CommandBarPanel& m_panel;
     Backdrop m_backdrop;
     DropTarget m_dropTarget = DropTarget::no;
     /// The scale factor for which the window is cut to the bar's shape; 0 while it is whole.
     double m_cutScale = 0;
     FullBody* m_full;
     CompactBody* m_compact;
+    std::function<void(QMenu& menu)> m_addMenuItems;
     Subscription m_stateChanges;
     Subscription m_shortcutChanges;
 };

@@ -30,7 +30,8 @@ CompactBody::CompactBody(std::function<void()> open, QWidget* parent)
     row->setSpacing(kSpacing);
     row->addWidget(m_icon);
     row->addWidget(m_status);
-    row->addItem(new QSpacerItem(kLeastGap, 0, QSizePolicy::Expanding));
+    // Room of its own, which a layout gives no spacing on both sides.
+    row->addItem(new QSpacerItem(kLeastGap + kSpacing, 0, QSizePolicy::Expanding));
     row->addWidget(m_shortcut);
     QObject::connect(this, &QAbstractButton::clicked, this, std::move(open));
 }

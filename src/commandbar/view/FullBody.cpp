@@ -17,7 +17,7 @@ constexpr int kAskSpacing = 8;
 
 } // namespace
 
-FullBody::FullBody(CommandBarService& service, Panel& panel, QWidget* parent)
+FullBody::FullBody(CommandBarService& service, CommandBarPanel& panel, QWidget* parent)
     : QWidget(parent),
       m_icon(new LeadingIcon(this)),
       m_field(new CommandTextField({.onSubmit = [&service](std::string text) { service.submit(std::move(text)); },
@@ -66,7 +66,7 @@ FullBody::FullBody(CommandBarService& service, Panel& panel, QWidget* parent)
 void FullBody::present(const CommandBarState& state) {
     m_icon->present(leadingIcon(state));
     m_field->showText(state.text);
-    m_status->present(shownStatus(state), statusTone(state.statusKind));
+    m_status->present(shownStatus(state), statusTone(state.statusKind), commandLine(state));
     showRow(state);
     m_field->setFocusTrigger(state.focusTrigger);
 }

@@ -7,7 +7,7 @@
 #include "commandbar/view/LeadingIcon.h"
 #include "commandbar/view/ResultRow.h"
 #include "commandbar/view/StatusText.h"
-#include "platform/Panel.h"
+#include "desktop/CommandBarPanel.h"
 
 #include <QWidget>
 
@@ -16,7 +16,7 @@ namespace torvo {
 /// The bar while it has the keyboard: the input line, the status and the one row that belongs to the situation.
 class FullBody final : public QWidget {
   public:
-    FullBody(CommandBarService& service, Panel& panel, QWidget* parent = nullptr);
+    FullBody(CommandBarService& service, CommandBarPanel& panel, QWidget* parent = nullptr);
 
     void present(const CommandBarState& state);
     [[nodiscard]] CommandTextField& field() { return *m_field; }

@@ -5,10 +5,12 @@
 #include "widgets/Symbol.h"
 
 #include <QAbstractListModel>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <array>
 
 namespace torvo {
 
@@ -64,7 +66,31 @@ class RowsView final : public QListView {
         return {200, std::min(rows == 0 ? 0 : rows * sizeHintForRow(0), kGreatestHeight)};
     }
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
+
+  protected:
+    /// Keys that move are its own; all others are the bar's.
+    void keyPressEvent(QKeyEvent* event) override {
+        constexpr std::array kOwn{Qt::Key_Up,       Qt::Key_Down, Qt::Key_PageUp,
+                                  Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End};
+        if (std::ranges::find(kOwn, event->key()) != kOwn.end())
+            QListView::keyPressEvent(event);
+        else
+            event->ignore();
+    }
+    void paintEvent(QPaintEvent* event) override {
+        QListView::paintEvent(event);
+        if (!hasFocus())
+            return;
+        QPainter painter(viewport());
+        painter.setPen(toneColor(Tone::accent, palette()));
+        painter.drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
+    }
 };
+
+/// A name in its own direction, whatever stands around it (Unicode Standard Annex 9: FSI and PDI).
+QString isolated(const QString& name) {
+    return QChar(0x2068) + name + QChar(0x2069);
+}
 
 } // namespace
 
@@ -100,7 +126,8 @@ class PreviewList::Rows final : public QAbstractListModel {
         case toRole:
             return to();
         case Qt::ToolTipRole:
-            return plainToolTip(row.to ? from() + QStringLiteral(" → ") + to().toString() : from());
+            return plainToolTip(row.to ? isolated(from()) + QStringLiteral(" → ") + isolated(to().toString()) : from(),
+                                Qt::LeftToRight);
         case Qt::DisplayRole:
         case Qt::AccessibleTextRole:
             return row.to ? from() + QStringLiteral(" → ") + to().toString() : from();

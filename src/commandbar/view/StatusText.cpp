@@ -3,12 +3,16 @@
 #include "commandbar/view/BarPresentation.h"
 #include "widgets/ShownText.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QResizeEvent>
+#include <QScrollBar>
+#include <QTextBlock>
 #include <QTextDocument>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace torvo {
@@ -46,8 +50,9 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     setFrameShape(QFrame::NoFrame);
     setAcceptRichText(false);
     setReadOnly(true);
-    setTextInteractionFlags(Qt::TextSelectableByMouse);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::ClickFocus);
+    setTabChangesFocus(true);
     setAcceptDrops(false);
     viewport()->setAcceptDrops(false);
     setUndoRedoEnabled(false);
@@ -63,7 +68,7 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     applyColors();
 }
 
-void StatusText::present(const std::string& text, Tone tone) {
+void StatusText::present(const std::string& text, Tone tone, int firstLine) {
     if (tone != m_tone) {
         m_tone = tone;
         applyColors();
@@ -71,10 +76,12 @@ void StatusText::present(const std::string& text, Tone tone) {
     if (m_text == text)
         return;
     m_text = text;
+    m_firstLine = firstLine;
     m_measured.reset();
     setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
     setPlainText(shownLines(text));
     showScrollBarIfNeeded();
+    showFirstLine();
     updateGeometry();
     for (const auto kind : {QAccessible::NameChanged, QAccessible::Alert}) {
         QAccessibleEvent event(this, kind);
@@ -100,7 +107,16 @@ int StatusText::heightForWidth(int width) const {
 
 void StatusText::showScrollBarIfNeeded() {
     // Left to itself, a scroll bar that came while there was little room would narrow the text and so stay.
-    setVerticalScrollBarPolicy(wholeHeight(width()) > kGreatestHeight ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    const bool isLong = wholeHeight(width()) > kGreatestHeight;
+    setVerticalScrollBarPolicy(isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    // What is seen whole is not in the way to the buttons; what is not can be read to its end first.
+    setFocusPolicy(isLong ? Qt::StrongFocus : Qt::ClickFocus);
+}
+
+void StatusText::showFirstLine() {
+    const auto line = document()->findBlockByNumber(m_firstLine);
+    setTextCursor(QTextCursor(line));
+    verticalScrollBar()->setValue(static_cast<int>(document()->documentLayout()->blockBoundingRect(line).top()));
 }
 
 QSize StatusText::sizeHint() const {
@@ -112,7 +128,10 @@ QSize StatusText::minimumSizeHint() const {
 }
 
 void StatusText::keyPressEvent(QKeyEvent* event) {
-    if (event == QKeySequence::Copy || event == QKeySequence::SelectAll)
+    constexpr std::array kOwn{Qt::Key_Up,   Qt::Key_Down,  Qt::Key_PageUp, Qt::Key_PageDown,
+                              Qt::Key_Left, Qt::Key_Right, Qt::Key_Home,   Qt::Key_End};
+    if (event == QKeySequence::Copy || event == QKeySequence::SelectAll ||
+        std::ranges::find(kOwn, event->key()) != kOwn.end())
         QTextEdit::keyPressEvent(event);
     else
         event->ignore();
@@ -122,6 +141,7 @@ void StatusText::resizeEvent(QResizeEvent* event) {
     QTextEdit::resizeEvent(event);
     if (event->size().width() != event->oldSize().width())
         showScrollBarIfNeeded();
+    showFirstLine();
 }
 
 void StatusText::changeEvent(QEvent* event) {

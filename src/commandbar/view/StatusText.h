@@ -14,8 +14,9 @@ class StatusText final : public QTextEdit {
   public:
     explicit StatusText(QWidget* parent = nullptr);
 
-    /// Command lines are set in a fixed-width font.
-    void present(const std::string& text, Tone tone);
+    /// Command lines are set in a fixed-width font. `firstLine`: the line from which on the text is seen, as far as it
+    /// goes, when not all of it is.
+    void present(const std::string& text, Tone tone, int firstLine = 0);
 
     [[nodiscard]] bool hasHeightForWidth() const override { return true; }
     [[nodiscard]] int heightForWidth(int width) const override;
@@ -23,7 +24,7 @@ class StatusText final : public QTextEdit {
     [[nodiscard]] QSize minimumSizeHint() const override;
 
   protected:
-    /// Keys that copy are its own; all others are the bar's.
+    /// Keys that move, scroll and copy are its own; all others are the bar's.
     void keyPressEvent(QKeyEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
@@ -31,10 +32,12 @@ class StatusText final : public QTextEdit {
   private:
     void applyColors();
     void showScrollBarIfNeeded();
+    void showFirstLine();
     /// Of the text, if it is wrapped at that width.
     [[nodiscard]] double wholeHeight(int width) const;
 
     std::optional<std::string> m_text;
+    int m_firstLine = 0;
     Tone m_tone = Tone::secondary;
     struct Measure {
         int width = 0;

@@ -102,39 +102,42 @@ void EndpointSection::notStored(const std::string& error) {
     say(error);
 }
 
+std::string EndpointSection::address() const {
+    return std::string(trimmed(m_endpoint.baseURL, TextTrim::spacesAndLineBreaks));
+}
+
 void EndpointSection::updateTest() {
-    m_test->setEnabled(!m_isTesting && !isBlank(m_endpoint.baseURL));
+    // What comes of a test says nothing about another address.
+    if (m_tested && m_tested != address()) {
+        m_request.request_stop();
+        m_tested.reset();
+    }
+    m_test->setEnabled(!m_tested && !address().empty());
 }
 
 void EndpointSection::say(const std::string& status) {
     m_status->say(status, endpointTone(status));
 }
 
-void EndpointSection::setTesting(bool isTesting) {
-    m_isTesting = isTesting;
-    updateTest();
-}
-
 void EndpointSection::test() {
-    setTesting(true);
+    m_tested = address();
+    m_request = {};
+    updateTest();
     say("");
-    std::string baseURL(trimmed(m_endpoint.baseURL, TextTrim::spacesAndLineBreaks));
     m_services.dispatcher.runDetached([this, alive = std::weak_ptr(m_alive), stop = m_request.get_token(),
                                        &dispatcher = m_services.dispatcher, &session = m_services.session,
-                                       baseURL = std::move(baseURL)] {
+                                       baseURL = *m_tested] {
         auto models = availableModels(baseURL, session, stop);
-        dispatcher.runOnMain([this, alive, baseURL, models = std::move(models)] {
-            if (!alive.expired())
-                tested(baseURL, models);
+        dispatcher.runOnMain([this, alive, stop, models = std::move(models)] {
+            if (!alive.expired() && !stop.stop_requested())
+                tested(models);
         });
     });
 }
 
-void EndpointSection::tested(std::string_view baseURL, const AdvertisedModels& models) {
-    setTesting(false);
-    // Another address was typed meanwhile: this says nothing about it.
-    if (baseURL != trimmed(m_endpoint.baseURL, TextTrim::spacesAndLineBreaks))
-        return;
+void EndpointSection::tested(const AdvertisedModels& models) {
+    m_tested.reset();
+    updateTest();
     say(endpointStatus(models));
     if (models && !models->empty() && isBlank(m_endpoint.model)) {
         m_endpoint.model = models->front();

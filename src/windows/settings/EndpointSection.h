@@ -46,8 +46,9 @@ class EndpointSection final : public SectionBox {
     void store();
     void notStored(const std::string& error);
     void test();
-    void tested(std::string_view baseURL, const AdvertisedModels& models);
-    void setTesting(bool isTesting);
+    void tested(const AdvertisedModels& models);
+    /// Of the address that the fields show.
+    [[nodiscard]] std::string address() const;
     void say(const std::string& status);
     void updateTest();
 
@@ -55,11 +56,13 @@ class EndpointSection final : public SectionBox {
     std::function<void()> m_changed;
     /// The fields' texts, byte for byte where they were not edited.
     LLMEndpoint m_endpoint;
-    bool m_isTesting = false;
+    /// The address that is being tested.
+    std::optional<std::string> m_tested;
     QLineEdit* m_baseURL;
     QLineEdit* m_model;
     QPushButton* m_test;
     StatusCaption* m_status;
+    /// Ends the test that is under way.
     std::stop_source m_request;
     /// Expires with the section.
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);

@@ -45,8 +45,7 @@ void ModelSection::showState() {
     m_status->setText(shownParagraph(m_services.modelSetup.status()));
     m_accept->setVisible(!isReady);
     m_accept->setText(m_offer == ModelOffer::getOllama ? "Get Ollama…" : "Use Recommended Model");
-    // A second press would start a second download.
-    m_accept->setEnabled(m_offer == ModelOffer::getOllama || !m_services.modelSetup.isWorking());
+    m_accept->setEnabled(m_offer == ModelOffer::getOllama || !m_services.modelSetup.isDownloading());
 }
 
 } // namespace torvo

@@ -103,6 +103,11 @@ TEST_F(AccessibilityJourneyTest, EveryControlOfTheWindowsHasANameAndAPlaceInTheT
                                        {"Check for Updates…", "Torvo Updates"}}) {
         ASSERT_TRUE(open(item, window)) << window;
         expectUsable(window);
+        session.activate(session.window());
+        EXPECT_TRUE(bar->summon()) << "beside " << window;
+        EXPECT_TRUE(dismiss());
+        session.display().activate(*bar->window(window));
+        ASSERT_TRUE(session.desktop().eventually([&] { return !bar->isShown(); }));
         ASSERT_TRUE(close(window)) << window;
     }
 }

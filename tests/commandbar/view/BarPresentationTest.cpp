@@ -102,15 +102,15 @@ TEST(BarPresentationTest, OfADropTheFilesAreKeptInOrderByteForByte) {
     EXPECT_THAT(filesInUriList(""), ElementsAre());
 }
 
-TEST(BarPresentationTest, ThePanelGrowsAndShrinksBelowItsTopEdge) {
-    const Rect panel{100, 300, 600, 90};
-    EXPECT_EQ(fittedFrame(212.3, panel, true), (Rect{100, 177, 600, 213}));
-    EXPECT_EQ(fittedFrame(58, panel, true), (Rect{100, 332, 600, 58}));
-    EXPECT_EQ(fittedFrame(90, panel, true), std::nullopt);
-    EXPECT_EQ(fittedFrame(89.4, panel, true), std::nullopt);
-    EXPECT_EQ(fittedFrame(90, {100, 300, 600, 89.6}, true), std::nullopt) << "0.4 points are not worth a move";
-    EXPECT_EQ(fittedFrame(212.3, panel, false), std::nullopt);
-    EXPECT_EQ(fittedFrame(1, panel, true), std::nullopt);
+TEST(BarPresentationTest, TheCommandBeginsWhereNothingElseCanPretendToBeIt) {
+    const std::string command = "rm -- \"$1\"\n$ ls";
+    auto state = focusedState();
+    state.status = "Looks harmless\n$ ls\n\n$ " + command;
+    EXPECT_EQ(commandLine(state), 0) << "nothing is asked";
+    state.pending = PendingAction{Shell{command, "Looks harmless\n$ ls\n", true, {}}, {}, {}};
+    EXPECT_EQ(commandLine(state), 3);
+    state.status = "Undoing…";
+    EXPECT_EQ(commandLine(state), 0);
 }
 
 } // namespace torvo

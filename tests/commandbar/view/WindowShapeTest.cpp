@@ -46,7 +46,7 @@ TEST(WindowShapeTest, ABarThatCannotBeBlendedIsCutInPixelsOfTheScreenAtEveryScal
         Bar bar;
         FakeHotKeys keys;
         HotKeyCoordinator hotKey(keys, bar.defaults);
-        CommandBarView view(*bar.service, hotKey, bar.window, Backdrop::opaque);
+        CommandBarView view(*bar.service, hotKey, bar.panel, Backdrop::opaque);
         view.setWindowFlags(Qt::X11BypassWindowManagerHint);
         view.setGeometry(40, 40, 300, 48);
         view.QWidget::show();

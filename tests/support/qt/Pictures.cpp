@@ -1,6 +1,7 @@
 #include "tests/support/qt/Pictures.h"
 
 #include "tests/support/qt/OffscreenApplication.h"
+#include "widgets/Theme.h"
 
 #include <QApplication>
 #include <QDragEnterEvent>
@@ -19,8 +20,10 @@ QPalette paletteFor(Colors colors) {
     const bool dark = colors == Colors::dark;
     QPalette palette(dark ? QColor(0x2B, 0x2B, 0x2E) : QColor(0xF2, 0xF2, 0xF4));
     const QColor ink = dark ? QColor(0xF2, 0xF2, 0xF4) : QColor(0x1C, 0x1C, 0x1E);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
         palette.setColor(role, ink);
+        palette.setColor(QPalette::Disabled, role, faded(ink, 0.5));
+    }
     palette.setColor(QPalette::Base, dark ? QColor(0x1E, 0x1E, 0x20) : QColor(Qt::white));
     return palette;
 }

@@ -30,7 +30,7 @@ class BarPainter {
     Bar m_bar;
     FakeHotKeys m_keys;
     HotKeyCoordinator m_hotKey{m_keys, m_bar.defaults};
-    CommandBarView m_view{*m_bar.service, m_hotKey, m_bar.window, Backdrop::translucent};
+    CommandBarView m_view{*m_bar.service, m_hotKey, m_bar.panel, Backdrop::translucent};
 };
 
 } // namespace torvo::testing

@@ -97,7 +97,7 @@ class ShownBar {
     Bar bar;
     FakeHotKeys keys;
     HotKeyCoordinator hotKey{keys, bar.defaults};
-    CommandBarView view{*bar.service, hotKey, bar.window, Backdrop::translucent};
+    CommandBarView view{*bar.service, hotKey, bar.panel, Backdrop::translucent};
 };
 
 /// A state of the bar with the keyboard.
