@@ -3,6 +3,7 @@
 #include "desktop/SettingsStore.h"
 #include "desktop/URLEvent.h"
 #include "linux/UserFolders.h"
+#include "linux/qt/WindowShape.h"
 #include "planning/LLMEndpoint.h"
 #include "widgets/ApplicationIcon.h"
 #include "windows/IdeasGalleryView.h"
@@ -61,7 +62,7 @@ AppDelegate::~AppDelegate() {
     // One that only hands over what it was started for has nothing to take back.
     if (m_commandBar)
         m_platform.distributed.post(kBlurred);
-    m_rest.reset();
+    m_rest.clear();
     m_attachment.reset();
     // What runs is asked to stop; only then is its end waited for.
     m_activations = {};
@@ -86,10 +87,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     m_environment.emplace(EnvironmentHealthService::Platform{m_dispatcher, m_services.processes, m_platform.workspace});
     makeCommandBar();
     m_attachment.emplace(*m_commandBar, m_platform.workspace, m_dispatcher);
-    m_rest = m_dispatcher.runAfter(kUntilThePaint, [this] {
-        m_menuBar.emplace(menuActions());
-        m_modelSetup->refresh();
-    });
+    // One turn of the main loop for each.
+    m_rest.push_back(m_dispatcher.runAfter(kUntilThePaint, [this] { m_menuBar.emplace(menuActions()); }));
+    m_rest.push_back(m_dispatcher.runAfter(kUntilThePaint, [this] { m_modelSetup->refresh(); }));
     m_hotKey.setAction([this] { m_commandBar->toggle(); });
     // The settings window says so too, when it is opened.
     if (!m_hotKey.applyStored())
@@ -114,7 +114,7 @@ void AppDelegate::makeCommandBar() {
         m_platform.notifications, m_platform.distributed, m_platform.trash,
         OperationStore(applicationSupportFolder().appendingPath("Torvo/activity.json"), m_platform.log), homeFolder(),
         desktopFolder()});
-    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_panel, backdrop());
+    m_view = new CommandBarView(*m_commandBar, m_hotKey, m_panel, backdrop(), setWindowShape);
     m_platform.panel.setContent(m_view);
     m_platform.panel.setCloseAction([this] { m_commandBar->cancel(); });
     m_activations = m_platform.front.onActivation([this] {

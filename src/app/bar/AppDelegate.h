@@ -70,7 +70,7 @@ class AppDelegate {
     std::optional<FinderAttachmentService> m_attachment;
     std::optional<MenuBarService> m_menuBar;
     /// What is still to be made after the launch.
-    std::unique_ptr<ScheduledTask> m_rest;
+    std::vector<std::unique_ptr<ScheduledTask>> m_rest;
     /// While it is open.
     QPointer<QMessageBox> m_about;
     OrdinaryWindow m_settingsWindow;

@@ -3,7 +3,6 @@
 #include "commandbar/view/BarPresentation.h"
 #include "commandbar/view/CompactBody.h"
 #include "commandbar/view/FullBody.h"
-#include "commandbar/view/WindowShape.h"
 #include "support/FileURLText.h"
 
 #include <QApplication>
@@ -51,12 +50,13 @@ void acceptWithoutMoving(QDropEvent& event) {
 } // namespace
 
 CommandBarView::CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, CommandBarPanel& panel,
-                               Backdrop backdrop, QWidget* parent)
+                               Backdrop backdrop, ShapeWindow shapeWindow, QWidget* parent)
     : QWidget(parent),
       m_service(service),
       m_hotKey(hotKey),
       m_panel(panel),
       m_backdrop(backdrop),
+      m_shapeWindow(std::move(shapeWindow)),
       m_full(new FullBody(service, panel, this)),
       m_compact(new CompactBody(
           [this] {
@@ -119,13 +119,15 @@ void CommandBarView::applyMask() {
     const QRect place(mapTo(&holder, QPoint()), size());
     if (m_backdrop != Backdrop::opaque) {
         if (std::exchange(m_cutScale, 0) != 0) {
-            clearWindowShape(holder);
+            if (m_shapeWindow)
+                (void)m_shapeWindow(holder, nullptr);
             holder.clearMask();
         }
         return;
     }
     m_cutScale = holder.devicePixelRatio();
-    if (!setWindowShape(holder, barMask(place, m_cutScale)))
+    const auto shape = barMask(place, m_cutScale);
+    if (!m_shapeWindow || !m_shapeWindow(holder, &shape))
         holder.setMask(barMask(place, 1));
 }
 

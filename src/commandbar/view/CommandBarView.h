@@ -20,9 +20,13 @@ class FullBody;
 /// the panel as high as its content. It fills the panel's window.
 class CommandBarView final : public QWidget {
   public:
-    /// `panel`: what holds the view. All must outlive the view.
+    /// Cuts a window to a shape in device pixels, or shows all of it again for null; false where it cannot.
+    using ShapeWindow = std::function<bool(const QWidget& window, const QRegion* devicePixels)>;
+
+    /// `panel`: what holds the view. All must outlive the view. Without `shapeWindow` the view is cut as finely as Qt
+    /// can.
     CommandBarView(CommandBarService& service, HotKeyCoordinator& hotKey, CommandBarPanel& panel, Backdrop backdrop,
-                   QWidget* parent = nullptr);
+                   ShapeWindow shapeWindow = {}, QWidget* parent = nullptr);
     ~CommandBarView() override;
     CommandBarView(const CommandBarView&) = delete;
     CommandBarView& operator=(const CommandBarView&) = delete;
@@ -66,6 +70,7 @@ class CommandBarView final : public QWidget {
     HotKeyCoordinator& m_hotKey;
     CommandBarPanel& m_panel;
     Backdrop m_backdrop;
+    ShapeWindow m_shapeWindow;
     DropTarget m_dropTarget = DropTarget::no;
     /// The scale factor for which the window is cut to the bar's shape; 0 while it is whole.
     double m_cutScale = 0;

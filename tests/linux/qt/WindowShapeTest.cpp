@@ -1,4 +1,4 @@
-#include "commandbar/view/WindowShape.h"
+#include "linux/qt/WindowShape.h"
 
 #include "commandbar/view/CommandBarView.h"
 #include "tests/support/Bar.h"
@@ -46,7 +46,7 @@ TEST(WindowShapeTest, ABarThatCannotBeBlendedIsCutInPixelsOfTheScreenAtEveryScal
         Bar bar;
         FakeHotKeys keys;
         HotKeyCoordinator hotKey(keys, bar.defaults);
-        CommandBarView view(*bar.service, hotKey, bar.panel, Backdrop::opaque);
+        CommandBarView view(*bar.service, hotKey, bar.panel, Backdrop::opaque, setWindowShape);
         view.setWindowFlags(Qt::X11BypassWindowManagerHint);
         view.setGeometry(40, 40, 300, 48);
         view.QWidget::show();

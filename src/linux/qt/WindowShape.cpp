@@ -1,4 +1,4 @@
-#include "commandbar/view/WindowShape.h"
+#include "linux/qt/WindowShape.h"
 
 #include <xcb/xfixes.h>
 
@@ -27,34 +27,30 @@ xcb_connection_t* connectionFor(const QWidget& window) {
     return connection;
 }
 
-void setShape(xcb_connection_t* connection, const QWidget& window, xcb_xfixes_region_t region) {
-    xcb_xfixes_set_window_shape_region(connection, static_cast<xcb_window_t>(window.effectiveWinId()), kBounding, 0, 0,
-                                       region);
-}
-
-} // namespace
-
-bool setWindowShape(const QWidget& window, const QRegion& devicePixels) {
-    auto* connection = connectionFor(window);
-    if (connection == nullptr)
-        return false;
+xcb_xfixes_region_t makeRegion(xcb_connection_t* connection, const QRegion& devicePixels) {
     std::vector<xcb_rectangle_t> rectangles;
     for (const auto& part : devicePixels)
         rectangles.push_back({static_cast<std::int16_t>(part.x()), static_cast<std::int16_t>(part.y()),
                               static_cast<std::uint16_t>(part.width()), static_cast<std::uint16_t>(part.height())});
     const auto region = xcb_generate_id(connection);
     xcb_xfixes_create_region(connection, region, static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
-    setShape(connection, window, region);
-    xcb_xfixes_destroy_region(connection, region);
-    xcb_flush(connection);
-    return true;
+    return region;
 }
 
-void clearWindowShape(const QWidget& window) {
-    if (auto* connection = connectionFor(window)) {
-        setShape(connection, window, XCB_XFIXES_REGION_NONE);
-        xcb_flush(connection);
-    }
+} // namespace
+
+bool setWindowShape(const QWidget& window, const QRegion* devicePixels) {
+    auto* connection = connectionFor(window);
+    if (connection == nullptr)
+        return false;
+    const xcb_xfixes_region_t region =
+        devicePixels != nullptr ? makeRegion(connection, *devicePixels) : xcb_xfixes_region_t{XCB_XFIXES_REGION_NONE};
+    xcb_xfixes_set_window_shape_region(connection, static_cast<xcb_window_t>(window.effectiveWinId()), kBounding, 0, 0,
+                                       region);
+    if (devicePixels != nullptr)
+        xcb_xfixes_destroy_region(connection, region);
+    xcb_flush(connection);
+    return true;
 }
 
 } // namespace torvo
