@@ -38,9 +38,13 @@ CommandBarService::CommandBarService(CommandBarServices services)
 CommandBarService::~CommandBarService() {
     m_services.panel.onKeyChange({});
     finishUndos();
+    stopRuns();
+    ++*m_contextReads;
+}
+
+void CommandBarService::stopRuns() {
     m_modelRequest.request_stop();
     m_runs.request_stop();
-    ++*m_contextReads;
 }
 
 // Typing
@@ -243,22 +247,26 @@ void CommandBarService::prefill(std::string text) {
 }
 
 void CommandBarService::syncAttachment() {
-    const auto frame = m_services.finder.frontWindowFrame();
+    const auto window = m_services.finder.frontWindow();
     const bool isVisible = m_services.panel.isVisible();
-    if (isVisible && frame && frame == m_lastFinderFrame)
-        return;
-    if (!frame) {
+    if (!window) {
         if (isVisible)
             detach();
         return;
     }
+    const bool isOther = std::exchange(m_lastFinderWindow, window->element) != window->element;
+    if (isVisible && !isOther && window->frame == m_lastFinderFrame)
+        return;
     const Turn turn(*this);
     if (!isVisible) {
-        placeUnder(*frame, restingForm());
-    } else {
-        m_lastFinderFrame = frame;
-        m_services.panel.position(frame, restingForm());
+        placeUnder(window->frame, restingForm());
+        return;
     }
+    // What the bar says is about the window that it hangs under.
+    if (isOther)
+        refreshContext(Reading::byLooking);
+    m_lastFinderFrame = window->frame;
+    m_services.panel.position(window->frame, restingForm());
 }
 
 void CommandBarService::keyWindowChanged(bool isKey) {
@@ -309,8 +317,11 @@ void CommandBarService::detach() {
 
 void CommandBarService::dismiss() {
     if (m_state.autoAttachEnabled && m_services.finder.frontWindowFrame()) {
+        // By its clock the bar may go while the user works in another of its windows.
+        const bool hadKey = m_state.isKeyWindow;
         resetState();
-        m_services.workspace.activate(kFinderIdentifier);
+        if (hadKey)
+            m_services.workspace.activate(kFinderIdentifier);
     } else {
         detach();
     }

@@ -128,6 +128,9 @@ class CommandBarService {
     void revealLast();
     void clearLog();
 
+    /// Asks what runs to stop, without a word to anybody: the program ends.
+    void stopRuns();
+
   private:
     /// While one lives, changes are collected; the listeners are told once, when the last one ends, and then the file
     /// manager is asked once if it is to be.
@@ -270,6 +273,8 @@ class CommandBarService {
     std::unique_ptr<ScheduledTask> m_dismissal;
 
     std::optional<Rect> m_lastFinderFrame;
+    /// The window that the docked bar was last seen under.
+    std::optional<AccessibilityElement> m_lastFinderWindow;
     std::optional<std::vector<FileURL>> m_droppedSelection;
     HistoryStore m_history;
     /// Which entry of the history the field shows; -1 while it shows none.

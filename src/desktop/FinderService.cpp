@@ -83,6 +83,11 @@ std::optional<std::string> FinderService::frontWindowFolderViaAppleScript() {
 }
 
 std::optional<Rect> FinderService::frontWindowFrame() {
+    const auto front = frontWindow();
+    return front ? std::optional(front->frame) : std::nullopt;
+}
+
+std::optional<FinderWindow> FinderService::frontWindow() {
     const auto front = frontFinderAXWindow();
     if (!front)
         return std::nullopt;
@@ -93,7 +98,8 @@ std::optional<Rect> FinderService::frontWindowFrame() {
     if (point == nullptr || extent == nullptr)
         return std::nullopt;
     const auto screens = m_platform.screens.layout().screens;
-    return finderWindowFrame(*point, *extent, screens.empty() ? 0 : screens.front().frame.height);
+    const auto frame = finderWindowFrame(*point, *extent, screens.empty() ? 0 : screens.front().frame.height);
+    return frame ? std::optional(FinderWindow{*front, *frame}) : std::nullopt;
 }
 
 std::optional<AccessibilityElement> FinderService::frontFinderAXWindow() {

@@ -23,6 +23,12 @@ namespace torvo {
 /// `AccessibilityValue`); absent for a window without width. `screenHeight`: of the primary screen; 0 without one.
 [[nodiscard]] std::optional<Rect> finderWindowFrame(const Point& position, const Size& size, double screenHeight);
 
+/// A window of the file manager.
+struct FinderWindow {
+    AccessibilityElement element;
+    Rect frame;
+};
+
 /// The only place that talks to the file manager: what is selected, what the front window shows and where it is. Holds
 /// no state; callable from any thread, except for what says otherwise. A file manager that is not running, hangs or
 /// refuses reads as empty.
@@ -46,7 +52,8 @@ class FinderService final : public Selecting {
     void select(const std::vector<FileURL>& items) override;
     /// The folder that the front window shows.
     [[nodiscard]] std::optional<FileURL> frontWindowFolder();
-    /// Where the front window is; only ordinary windows count. Main thread only, because the screens are.
+    /// The front window and where it is; only ordinary windows count. Main thread only, because the screens are.
+    [[nodiscard]] std::optional<FinderWindow> frontWindow();
     [[nodiscard]] std::optional<Rect> frontWindowFrame();
 
   private:

@@ -32,6 +32,11 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     bar.finder.moveWindow({200, 500, 700, 300});
     bar.service->syncAttachment();
     EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 300, 90}));
+    bar.finder.window = 201;
+    bar.finder.show(bar / "other", {bar / "other/a.txt"});
+    bar.service->syncAttachment();
+    bar.dispatcher->runPending();
+    EXPECT_EQ(bar.state().contextHint, "📁 other · 1 selected") << "of the window that it hangs under now";
 
     bar.summon();
     EXPECT_TRUE(bar.window.isKey());

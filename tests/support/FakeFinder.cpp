@@ -7,7 +7,6 @@ namespace torvo::testing {
 namespace {
 
 constexpr std::int32_t kFinder = 100;
-constexpr std::uint64_t kWindow = 200;
 
 } // namespace
 
@@ -91,19 +90,19 @@ void FakeFinder::show(const std::optional<FileURL>& folder, std::vector<FileURL>
         accessibility.clear(kFinder);
         return;
     }
-    accessibility.set(kFinder, "AXFocusedWindow", AccessibilityElement{kWindow});
-    accessibility.set(kWindow, "AXSubrole", "AXStandardWindow");
-    accessibility.set(kWindow, "AXDocument", fileURLText(*folder));
+    accessibility.set(kFinder, "AXFocusedWindow", AccessibilityElement{window});
+    accessibility.set(window, "AXSubrole", "AXStandardWindow");
+    accessibility.set(window, "AXDocument", fileURLText(*folder));
     if (showsSelection)
-        accessibility.set(kWindow, "AXSelectedChildren", "");
+        accessibility.set(window, "AXSelectedChildren", "");
     moveWindow(m_frame);
 }
 
 void FakeFinder::moveWindow(const Rect& frame) {
     m_frame = frame;
     const double height = screens.current.screens.front().frame.height;
-    accessibility.set(kWindow, "AXPosition", Point{frame.x, height - frame.y - frame.height});
-    accessibility.set(kWindow, "AXSize", Size{frame.width, frame.height});
+    accessibility.set(window, "AXPosition", Point{frame.x, height - frame.y - frame.height});
+    accessibility.set(window, "AXSize", Size{frame.width, frame.height});
 }
 
 void FakeFinder::quit() {

@@ -90,6 +90,8 @@ class FakeFinder {
 
     /// Whether its next window's selection can be read by looking.
     bool showsSelection = true;
+    /// The number of its next window.
+    std::uint64_t window = 200;
     FakeScriptHost scripts;
     FakeAccessibility accessibility;
     FakeWorkspace workspace;

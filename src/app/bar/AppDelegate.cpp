@@ -26,6 +26,8 @@ constexpr const char* kBlurred = "torvobar.commandBarBlurred";
 /// bar: both would take the processor and the X server from its first paint.
 constexpr std::chrono::milliseconds kUntilThePaint{100};
 constexpr QSize kAboutIcon(64, 64);
+/// For what was asked to stop; longer than a command may take that does not listen.
+constexpr std::chrono::seconds kLastMoments{3};
 
 } // namespace
 
@@ -78,6 +80,13 @@ AppDelegate::~AppDelegate() {
     m_platform.fileManagers.leaveClipboardBehind();
 }
 
+void AppDelegate::endWithoutDisplay() {
+    if (m_commandBar)
+        m_commandBar->stopRuns();
+    m_services.diskQueue.sync([] {});
+    m_dispatcher.finishDetached(kLastMoments);
+}
+
 void AppDelegate::applicationDidFinishLaunching() {
     LLMEndpoint::migratePreReleaseDefaultIfNeeded(m_services.defaults);
     m_updates.emplace(m_platform.updater);
@@ -102,6 +111,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         });
         return;
     }
+    // One that is stored counts as the user's choice: the next launch does not take this for a pre-release's settings.
+    (void)LLMEndpoint::setCurrent(LLMEndpoint::current(m_services.defaults), m_services.defaults);
     (void)m_services.defaults.set(kOnboardingShown, true);
     m_onboardingWindow.present();
 }

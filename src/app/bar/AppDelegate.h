@@ -34,6 +34,8 @@ class AppDelegate {
     AppDelegate& operator=(const AppDelegate&) = delete;
 
     void applicationDidFinishLaunching();
+    /// Ends what runs: the display is gone, and with it the program.
+    void endWithoutDisplay();
     /// Hands the files of a "torvo:" address to the bar; an address without files opens it.
     void handleURLEvent(const std::string& address);
 

@@ -57,6 +57,24 @@ class EndingSignals {
     std::optional<QSocketNotifier> m_notifier;
 };
 
+/// When the display goes away, the toolkit ends the program by exit(3), from wherever it is.
+class EndingDisplay {
+  public:
+    explicit EndingDisplay(torvo::AppDelegate& delegate) {
+        s_delegate = &delegate;
+        (void)std::atexit([] {
+            if (s_delegate != nullptr)
+                s_delegate->endWithoutDisplay();
+        });
+    }
+    ~EndingDisplay() { s_delegate = nullptr; }
+    EndingDisplay(const EndingDisplay&) = delete;
+    EndingDisplay& operator=(const EndingDisplay&) = delete;
+
+  private:
+    static inline torvo::AppDelegate* s_delegate = nullptr;
+};
+
 /// The addresses among the arguments; or what the program exits with, once it has said what there was to say.
 std::expected<std::vector<std::string>, int> addressesIn(const std::vector<std::string>& arguments) {
     std::vector<std::string> addresses;
@@ -131,6 +149,7 @@ int main(int count, char** values) {
     // Whoever asks for a font before that is done reads it once more.
     fonts.join();
     torvo::AppDelegate delegate(std::move(display));
+    const EndingDisplay endingDisplay(delegate);
     const auto openAll = [&](const std::vector<std::string>& given) {
         for (const auto& address : given)
             delegate.handleURLEvent(address);

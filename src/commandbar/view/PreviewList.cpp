@@ -10,7 +10,6 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <array>
 
 namespace torvo {
 
@@ -68,15 +67,8 @@ class RowsView final : public QListView {
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
 
   protected:
-    /// Keys that move are its own; all others are the bar's.
-    void keyPressEvent(QKeyEvent* event) override {
-        constexpr std::array kOwn{Qt::Key_Up,       Qt::Key_Down, Qt::Key_PageUp,
-                                  Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End};
-        if (std::ranges::find(kOwn, event->key()) != kOwn.end())
-            QListView::keyPressEvent(event);
-        else
-            event->ignore();
-    }
+    /// Keys that scroll are its own; all others are the bar's.
+    void keyPressEvent(QKeyEvent* event) override { QAbstractScrollArea::keyPressEvent(event); }
     void paintEvent(QPaintEvent* event) override {
         QListView::paintEvent(event);
         if (!hasFocus())

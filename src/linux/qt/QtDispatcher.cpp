@@ -70,4 +70,9 @@ void QtDispatcher::finishDetached() {
     m_ended.wait(lock, [&] { return m_running == 0; });
 }
 
+void QtDispatcher::finishDetached(std::chrono::milliseconds most) {
+    std::unique_lock lock(m_lock);
+    m_ended.wait_for(lock, most, [&] { return m_running == 0; });
+}
+
 } // namespace torvo

@@ -24,6 +24,8 @@ class QtDispatcher final : public Dispatcher {
 
     /// Waits until no detached task runs any more; what they queue for the main thread is not waited for.
     void finishDetached();
+    /// The same, for so long at most.
+    void finishDetached(std::chrono::milliseconds most);
 
   private:
     /// Receives the tasks for the main thread; what is queued when it goes is dropped.

@@ -4,6 +4,7 @@
 #include "linux/ProcessTable.h"
 #include "linux/SettingsFile.h"
 #include "linux/X11HotKeys.h"
+#include "planning/LLMEndpoint.h"
 #include "tests/support/BarJourney.h"
 #include "tests/support/Eventually.h"
 
@@ -50,6 +51,9 @@ class WindowsJourneyTest : public testing::BarJourney {
 };
 
 TEST_F(WindowsJourneyTest, SetupComesAtTheFirstLaunchAndNeverAgain) {
+    SettingsFile settings(SettingsFile::defaultLocation());
+    for (const auto key : {LLMEndpoint::kBaseURLKey, LLMEndpoint::kModelKey})
+        ASSERT_TRUE(settings.remove(key));
     launch(FirstLaunch::yes);
     ASSERT_TRUE(session.desktop().eventually([&] { return bar->window(kSetup).has_value(); }));
     EXPECT_TRUE(screen->says("Welcome to Torvo"));
@@ -64,6 +68,7 @@ TEST_F(WindowsJourneyTest, SetupComesAtTheFirstLaunchAndNeverAgain) {
     launch(FirstLaunch::yes);
     ASSERT_TRUE(bar->summon());
     EXPECT_FALSE(bar->window(kSetup));
+    EXPECT_EQ(LLMEndpoint::current(settings), LLMEndpoint()) << "nobody set another one";
     ASSERT_TRUE(open("Setup & Permissions…", kSetup)) << "by the menu it comes again";
     ASSERT_TRUE(screen->click("Get Started"));
     EXPECT_TRUE(goesBackFrom(kSetup));
