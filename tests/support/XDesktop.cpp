@@ -168,7 +168,8 @@ XWindow::~XWindow() {
 void XWindow::setProperty(const std::string& name, const std::vector<std::uint32_t>& values, xcb_atom_t type) {
     xcb_change_property(m_connection.get(), XCB_PROP_MODE_REPLACE, m_window, atomOf(m_connection, name), type, 32,
                         static_cast<std::uint32_t>(values.size()), values.data());
-    xcb_flush(m_connection.get());
+    // Whoever looks through another connection sees it from now on.
+    (void)m_connection.activeWindow();
 }
 
 KeyboardGrab::KeyboardGrab() {
