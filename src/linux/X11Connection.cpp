@@ -59,17 +59,31 @@ X11Connection::~X11Connection() {
 }
 
 std::optional<xcb_window_t> X11Connection::activeWindow() {
+    return answeredActiveWindow(askActiveWindow());
+}
+
+xcb_get_property_cookie_t X11Connection::askActiveWindow() {
+    return xcb_ewmh_get_active_window(&m_hints, m_screenNumber);
+}
+
+std::optional<xcb_window_t> X11Connection::answeredActiveWindow(xcb_get_property_cookie_t asked) {
     xcb_window_t window = XCB_WINDOW_NONE;
-    const auto cookie = xcb_ewmh_get_active_window(&m_hints, m_screenNumber);
-    if (xcb_ewmh_get_active_window_reply(&m_hints, cookie, &window, nullptr) == 0 || window == XCB_WINDOW_NONE)
+    if (xcb_ewmh_get_active_window_reply(&m_hints, asked, &window, nullptr) == 0 || window == XCB_WINDOW_NONE)
         return std::nullopt;
     return window;
 }
 
 std::vector<xcb_window_t> X11Connection::stackedWindows() {
+    return answeredStackedWindows(askStackedWindows());
+}
+
+xcb_get_property_cookie_t X11Connection::askStackedWindows() {
+    return xcb_ewmh_get_client_list_stacking(&m_hints, m_screenNumber);
+}
+
+std::vector<xcb_window_t> X11Connection::answeredStackedWindows(xcb_get_property_cookie_t asked) {
     xcb_ewmh_get_windows_reply_t reply{};
-    const auto cookie = xcb_ewmh_get_client_list_stacking(&m_hints, m_screenNumber);
-    if (xcb_ewmh_get_client_list_stacking_reply(&m_hints, cookie, &reply, nullptr) == 0)
+    if (xcb_ewmh_get_client_list_stacking_reply(&m_hints, asked, &reply, nullptr) == 0)
         return {};
     std::vector<xcb_window_t> windows(reply.windows, reply.windows + reply.windows_len);
     xcb_ewmh_get_windows_reply_wipe(&reply);
@@ -77,25 +91,26 @@ std::vector<xcb_window_t> X11Connection::stackedWindows() {
 }
 
 std::optional<std::int32_t> X11Connection::pid(xcb_window_t window) {
+    return answeredPid(xcb_ewmh_get_wm_pid(&m_hints, window));
+}
+
+std::optional<std::int32_t> X11Connection::answeredPid(xcb_get_property_cookie_t asked) {
     std::uint32_t pid = 0;
-    if (xcb_ewmh_get_wm_pid_reply(&m_hints, xcb_ewmh_get_wm_pid(&m_hints, window), &pid, nullptr) == 0)
+    if (xcb_ewmh_get_wm_pid_reply(&m_hints, asked, &pid, nullptr) == 0)
         return std::nullopt;
     return static_cast<std::int32_t>(pid);
 }
 
 std::string X11Connection::windowClass(xcb_window_t window) {
-    return windowClasses({window}).front();
+    return answeredClass(askClass(window));
 }
 
-std::vector<std::string> X11Connection::windowClasses(const std::vector<xcb_window_t>& windows) {
-    std::vector<xcb_get_property_cookie_t> asked;
-    for (const auto window : windows)
-        asked.push_back(xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256));
-    std::vector<std::string> classes;
-    for (const auto cookie : asked)
-        classes.push_back(
-            classOf(XcbReply<xcb_get_property_reply_t>(xcb_get_property_reply(m_connection, cookie, nullptr)).get()));
-    return classes;
+xcb_get_property_cookie_t X11Connection::askClass(xcb_window_t window) {
+    return xcb_get_property(m_connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
+}
+
+std::string X11Connection::answeredClass(xcb_get_property_cookie_t asked) {
+    return classOf(XcbReply<xcb_get_property_reply_t>(xcb_get_property_reply(m_connection, asked, nullptr)).get());
 }
 
 std::string X11Connection::textProperty(xcb_window_t window, const std::string& name) {
@@ -113,8 +128,15 @@ std::string X11Connection::textProperty(xcb_window_t window, const std::string& 
 }
 
 std::vector<xcb_atom_t> X11Connection::atoms(xcb_window_t window, xcb_atom_t property) {
-    const auto cookie = xcb_get_property(m_connection, 0, window, property, XCB_ATOM_ATOM, 0, 256);
-    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    return answeredAtoms(askAtoms(window, property));
+}
+
+xcb_get_property_cookie_t X11Connection::askAtoms(xcb_window_t window, xcb_atom_t property) {
+    return xcb_get_property(m_connection, 0, window, property, XCB_ATOM_ATOM, 0, 256);
+}
+
+std::vector<xcb_atom_t> X11Connection::answeredAtoms(xcb_get_property_cookie_t asked) {
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, asked, nullptr));
     if (!reply || reply->format != 32)
         return {};
     const auto* first = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
@@ -122,17 +144,39 @@ std::vector<xcb_atom_t> X11Connection::atoms(xcb_window_t window, xcb_atom_t pro
 }
 
 bool X11Connection::isOnScreen(xcb_window_t window) {
-    const auto states = atoms(window, m_hints._NET_WM_STATE);
-    if (std::ranges::find(states, m_hints._NET_WM_STATE_HIDDEN) != states.end())
-        return false;
-    std::uint32_t desktop = 0;
+    return facts({window}).front().isOnScreen;
+}
+
+std::vector<X11Connection::WindowFacts> X11Connection::facts(const std::vector<xcb_window_t>& windows) {
+    struct Asked {
+        xcb_get_property_cookie_t windowClass;
+        xcb_get_property_cookie_t types;
+        xcb_get_property_cookie_t states;
+        xcb_get_property_cookie_t desktop;
+        xcb_get_property_cookie_t pid;
+    };
+    const auto currentQuestion = xcb_ewmh_get_current_desktop(&m_hints, m_screenNumber);
+    std::vector<Asked> asked;
+    for (const auto window : windows)
+        asked.push_back({askClass(window), askAtoms(window, m_hints._NET_WM_WINDOW_TYPE),
+                         askAtoms(window, m_hints._NET_WM_STATE), xcb_ewmh_get_wm_desktop(&m_hints, window),
+                         xcb_ewmh_get_wm_pid(&m_hints, window)});
     std::uint32_t current = 0;
-    const auto desktopCookie = xcb_ewmh_get_wm_desktop(&m_hints, window);
-    const auto currentCookie = xcb_ewmh_get_current_desktop(&m_hints, m_screenNumber);
     // What the window manager does not tell is no obstacle.
-    const bool isPlaced = xcb_ewmh_get_wm_desktop_reply(&m_hints, desktopCookie, &desktop, nullptr) != 0;
-    const bool isKnown = xcb_ewmh_get_current_desktop_reply(&m_hints, currentCookie, &current, nullptr) != 0;
-    return !isPlaced || !isKnown || desktop == kEveryDesktop || desktop == current;
+    const bool isKnown = xcb_ewmh_get_current_desktop_reply(&m_hints, currentQuestion, &current, nullptr) != 0;
+    std::vector<WindowFacts> all;
+    for (const auto& each : asked) {
+        WindowFacts facts{.windowClass = answeredClass(each.windowClass), .types = answeredAtoms(each.types)};
+        const auto states = answeredAtoms(each.states);
+        std::uint32_t desktop = 0;
+        const bool isPlaced = xcb_ewmh_get_wm_desktop_reply(&m_hints, each.desktop, &desktop, nullptr) != 0;
+        const bool isHidden = std::ranges::find(states, m_hints._NET_WM_STATE_HIDDEN) != states.end();
+        const bool isElsewhere = isPlaced && isKnown && desktop != kEveryDesktop && desktop != current;
+        facts.isOnScreen = !isHidden && !isElsewhere;
+        facts.pid = answeredPid(each.pid);
+        all.push_back(std::move(facts));
+    }
+    return all;
 }
 
 bool X11Connection::hasCompositor() {
@@ -163,6 +207,7 @@ XcbReply<xcb_generic_event_t> X11Connection::nextEvent() {
 }
 
 void X11Connection::dispatch() {
+    ++m_turn;
     while (const auto event = nextEvent()) {
         for (std::size_t i = 0; i < m_listeners.size(); ++i)
             m_listeners[i](*event);

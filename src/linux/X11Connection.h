@@ -47,14 +47,30 @@ class X11Connection {
     [[nodiscard]] std::optional<std::int32_t> pid(xcb_window_t window);
     /// The name of the window's application (the second text of WM_CLASS, ICCCM 4.1.2.5); empty when it has none.
     [[nodiscard]] std::string windowClass(xcb_window_t window);
-    /// The same of several windows, in one round trip.
-    [[nodiscard]] std::vector<std::string> windowClasses(const std::vector<xcb_window_t>& windows);
     /// What a text property of a window holds; empty when it has none of that name.
     [[nodiscard]] std::string textProperty(xcb_window_t window, const std::string& name);
     /// The atoms that a window has in a property; empty when it lacks it.
     [[nodiscard]] std::vector<xcb_atom_t> atoms(xcb_window_t window, xcb_atom_t property);
     /// Whether the user may see a window: it is neither minimised nor on another virtual desktop than the current one.
     [[nodiscard]] bool isOnScreen(xcb_window_t window);
+    /// Some of these in two steps, between which other things can be asked: what belongs together is one trip to the
+    /// server and back. Each question is to be answered once.
+    [[nodiscard]] xcb_get_property_cookie_t askActiveWindow();
+    [[nodiscard]] std::optional<xcb_window_t> answeredActiveWindow(xcb_get_property_cookie_t asked);
+    [[nodiscard]] xcb_get_property_cookie_t askStackedWindows();
+    [[nodiscard]] std::vector<xcb_window_t> answeredStackedWindows(xcb_get_property_cookie_t asked);
+    [[nodiscard]] xcb_get_property_cookie_t askAtoms(xcb_window_t window, xcb_atom_t property);
+    [[nodiscard]] std::vector<xcb_atom_t> answeredAtoms(xcb_get_property_cookie_t asked);
+
+    /// What can be told of a window in one such trip.
+    struct WindowFacts {
+        std::string windowClass;
+        std::vector<xcb_atom_t> types;
+        bool isOnScreen = false;
+        std::optional<std::int32_t> pid;
+    };
+    /// Of each of the windows.
+    [[nodiscard]] std::vector<WindowFacts> facts(const std::vector<xcb_window_t>& windows);
     /// Whether a compositor blends windows that are not opaque (Extended Window Manager Hints, _NET_WM_CM_Sn).
     [[nodiscard]] bool hasCompositor();
     /// Asks the window manager to give a window the keyboard, the way a pager does.
@@ -68,6 +84,8 @@ class X11Connection {
     /// Hands every event that has arrived to those who listen; to be called when the descriptor is readable, and when
     /// there are queued events.
     void dispatch();
+    /// How often that was done. What was asked since the last time is as good as asked now.
+    [[nodiscard]] std::uint64_t turn() const { return m_turn; }
     /// Calls `listener` with every event from now on, as long as the connection lives.
     void listen(std::function<void(const xcb_generic_event_t&)> listener) {
         m_listeners.push_back(std::move(listener));
@@ -76,11 +94,15 @@ class X11Connection {
   private:
     X11Connection() = default;
     [[nodiscard]] XcbReply<xcb_generic_event_t> nextEvent();
+    [[nodiscard]] xcb_get_property_cookie_t askClass(xcb_window_t window);
+    [[nodiscard]] std::string answeredClass(xcb_get_property_cookie_t asked);
+    [[nodiscard]] std::optional<std::int32_t> answeredPid(xcb_get_property_cookie_t asked);
 
     xcb_connection_t* m_connection = nullptr;
     xcb_ewmh_connection_t m_hints{};
     xcb_screen_t* m_screen = nullptr;
     int m_screenNumber = 0;
+    std::uint64_t m_turn = 0;
     xcb_atom_t m_gtkFrameExtents = XCB_ATOM_NONE;
     std::vector<std::function<void(const xcb_generic_event_t&)>> m_listeners;
     /// Taken from xcb's own queue, which cannot be looked into otherwise.

@@ -5,6 +5,7 @@
 #include "platform/Screens.h"
 #include "support/Geometry.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -16,6 +17,21 @@ namespace torvo {
 
 /// The primary monitor on the whole desktop; where none is the primary one, the first.
 [[nodiscard]] Rect primaryMonitor(X11Connection& connection);
+
+/// The same for the connection that the main loop dispatches: asked once in each turn of the loop, in which it is
+/// wanted a dozen times. Where nobody dispatches it is asked each time.
+class PrimaryMonitor {
+  public:
+    /// `connection` must outlive the object.
+    explicit PrimaryMonitor(X11Connection& connection) : m_connection(connection) {}
+
+    [[nodiscard]] Rect now();
+
+  private:
+    X11Connection& m_connection;
+    Rect m_frame;
+    std::uint64_t m_turn = 0;
+};
 
 /// Where a window is on the whole desktop, the window manager's decoration included and shadows that the window draws
 /// around itself left out.

@@ -29,15 +29,17 @@ std::vector<std::uint32_t> answer(X11Connection& connection, xcb_get_property_co
 }
 
 /// An atom that somebody has named before; none otherwise.
-xcb_atom_t knownAtom(X11Connection& connection, std::string_view name) {
-    const auto cookie = xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.data());
+xcb_intern_atom_cookie_t askKnownAtom(X11Connection& connection, std::string_view name) {
+    return xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.data());
+}
+
+xcb_atom_t answeredAtom(X11Connection& connection, xcb_intern_atom_cookie_t cookie) {
     const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-/// The rectangles of a property that lists them.
-std::vector<Rect> rectangles(X11Connection& connection, xcb_atom_t property) {
-    const auto numbers = answer(connection, ask(connection, connection.root(), property));
+/// The rectangles that the numbers of a property are.
+std::vector<Rect> rectangles(const std::vector<std::uint32_t>& numbers) {
     std::vector<Rect> rects;
     // The numbers are cardinals of 32 bits, which hold places left of or above the desktop's corner all the same.
     const auto at = [&](std::size_t i) { return static_cast<double>(static_cast<std::int32_t>(numbers[i])); };
@@ -54,13 +56,14 @@ Rect intersection(const Rect& a, const Rect& b) {
 
 /// What the window manager tells of the monitors on a desktop; empty when it does not. Window managers of the GNOME
 /// family, whose panels are no windows, do (GTK reads it too).
-std::vector<Rect> toldAreas(X11Connection& connection, std::uint32_t desktop) {
-    const auto hint = knownAtom(connection, "_GTK_WORKAREAS");
-    const auto supported = connection.atoms(connection.root(), connection.hints()->_NET_SUPPORTED);
+std::vector<Rect> toldAreas(X11Connection& connection, xcb_atom_t hint, const std::vector<xcb_atom_t>& supported,
+                            std::uint32_t desktop) {
     if (hint == XCB_ATOM_NONE || std::ranges::find(supported, hint) == supported.end())
         return {};
-    const auto property = knownAtom(connection, "_GTK_WORKAREAS_D" + std::to_string(desktop));
-    return property == XCB_ATOM_NONE ? std::vector<Rect>{} : rectangles(connection, property);
+    const auto name = "_GTK_WORKAREAS_D" + std::to_string(desktop);
+    const auto property = answeredAtom(connection, askKnownAtom(connection, name));
+    return property == XCB_ATOM_NONE ? std::vector<Rect>{}
+                                     : rectangles(answer(connection, ask(connection, connection.root(), property)));
 }
 
 /// What one window keeps free along an edge of the desktop.
@@ -71,8 +74,9 @@ struct Strut {
     Rect reserved;
 };
 
-/// The struts of windows on a desktop.
-std::vector<Strut> struts(X11Connection& connection, std::uint32_t desktop) {
+/// The struts of those of the windows that are on a desktop. `whole`: the desktop's size.
+std::vector<Strut> struts(X11Connection& connection, const std::vector<xcb_window_t>& windows, std::uint32_t desktop,
+                          const Size& whole) {
     const auto* hints = connection.hints();
     struct Asked {
         xcb_get_property_cookie_t partial;
@@ -80,28 +84,22 @@ std::vector<Strut> struts(X11Connection& connection, std::uint32_t desktop) {
         xcb_get_property_cookie_t desktop;
     };
     std::vector<Asked> asked;
-    for (const auto window : connection.stackedWindows())
+    for (const auto window : windows)
         asked.push_back({ask(connection, window, hints->_NET_WM_STRUT_PARTIAL),
                          ask(connection, window, hints->_NET_WM_STRUT),
                          ask(connection, window, hints->_NET_WM_DESKTOP)});
-    // The size of the desktop may have changed since the connection was made.
-    const auto geometryCookie = xcb_get_geometry(connection.get(), connection.root());
     std::vector<std::array<std::uint32_t, 12>> found;
     for (const auto& each : asked) {
         auto numbers = answer(connection, each.partial);
-        const auto whole = answer(connection, each.whole);
+        const auto edges = answer(connection, each.whole);
         const auto desktops = answer(connection, each.desktop);
         const bool isThere = desktops.empty() || desktops[0] == desktop || desktops[0] == kEveryDesktop;
-        if (numbers.size() < 12 && whole.size() >= 4)
+        if (numbers.size() < 12 && edges.size() >= 4)
             // Along the whole edge.
-            numbers = {whole[0], whole[1], whole[2], whole[3], 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF};
+            numbers = {edges[0], edges[1], edges[2], edges[3], 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF, 0, 0xFFFF};
         if (isThere && numbers.size() >= 12)
             std::copy_n(numbers.begin(), 12, found.emplace_back().begin());
     }
-    const XcbReply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(connection.get(), geometryCookie, nullptr));
-    if (!geometry)
-        return {};
     std::vector<Strut> result;
     for (const auto& numbers : found) {
         for (const auto edge : {Strut::Edge::left, Strut::Edge::right, Strut::Edge::top, Strut::Edge::bottom}) {
@@ -112,8 +110,8 @@ std::vector<Strut> struts(X11Connection& connection, std::uint32_t desktop) {
             if (depth <= 0)
                 continue;
             const bool isUpright = edge == Strut::Edge::left || edge == Strut::Edge::right;
-            const double begin = edge == Strut::Edge::right    ? geometry->width - depth
-                                 : edge == Strut::Edge::bottom ? geometry->height - depth
+            const double begin = edge == Strut::Edge::right    ? whole.width - depth
+                                 : edge == Strut::Edge::bottom ? whole.height - depth
                                                                : 0;
             result.push_back({edge, isUpright ? Rect{begin, start, depth, length} : Rect{start, begin, length, depth}});
         }
@@ -151,16 +149,33 @@ Rect without(const Strut& strut, const Rect& monitor) {
 
 } // namespace
 
-std::vector<Rect> workAreas(X11Connection& connection, const std::vector<Rect>& monitors) {
+WorkAreaQuestions askWorkAreas(X11Connection& connection) {
     auto* hints = connection.hints();
+    return {.desktop = xcb_ewmh_get_current_desktop(hints, connection.screenNumber()),
+            .told = askKnownAtom(connection, "_GTK_WORKAREAS"),
+            .supported = connection.askAtoms(connection.root(), hints->_NET_SUPPORTED),
+            .windows = connection.askStackedWindows(),
+            .whole = ask(connection, connection.root(), hints->_NET_WORKAREA),
+            // The size of the desktop may have changed since the connection was made.
+            .root = xcb_get_geometry(connection.get(), connection.root())};
+}
+
+std::vector<Rect> answeredWorkAreas(X11Connection& connection, const WorkAreaQuestions& asked,
+                                    const std::vector<Rect>& monitors) {
     std::uint32_t desktop = 0;
-    if (xcb_ewmh_get_current_desktop_reply(hints, xcb_ewmh_get_current_desktop(hints, connection.screenNumber()),
-                                           &desktop, nullptr) == 0)
+    if (xcb_ewmh_get_current_desktop_reply(connection.hints(), asked.desktop, &desktop, nullptr) == 0)
         desktop = 0;
-    const auto told = toldAreas(connection, desktop);
-    const auto reserved = told.empty() ? struts(connection, desktop) : std::vector<Strut>{};
-    const auto whole =
-        told.empty() && reserved.empty() ? rectangles(connection, hints->_NET_WORKAREA) : std::vector<Rect>{};
+    const auto hint = answeredAtom(connection, asked.told);
+    const auto supported = connection.answeredAtoms(asked.supported);
+    const auto windows = connection.answeredStackedWindows(asked.windows);
+    const auto onWhole = rectangles(answer(connection, asked.whole));
+    const XcbReply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(connection.get(), asked.root, nullptr));
+    const auto told = toldAreas(connection, hint, supported, desktop);
+    std::vector<Strut> reserved;
+    if (told.empty() && root)
+        reserved =
+            struts(connection, windows, desktop, {static_cast<double>(root->width), static_cast<double>(root->height)});
+    const auto whole = told.empty() && reserved.empty() ? onWhole : std::vector<Rect>{};
     std::vector<Rect> areas;
     for (const auto& monitor : monitors) {
         auto area = monitor;

@@ -34,8 +34,9 @@ struct DesktopPlatform {
     DesktopPlatform(QtDispatcher& dispatcher, Services& services, std::unique_ptr<X11Connection> display);
 
     std::unique_ptr<X11Connection> display;
+    PrimaryMonitor primary{*display};
     /// The points of Qt, in which the bar is laid out.
-    std::function<DesktopPoints()> points = [this] { return qtDesktopPoints(*display); };
+    std::function<DesktopPoints()> points = [this] { return qtDesktopPoints(primary.now()); };
     X11EventPump pump{*display};
     X11Screens screens{*display, points};
     FrontApplication front{*display};

@@ -14,8 +14,7 @@ namespace {
 
 /// An ordinary window, which may have no type at all (Extended Window Manager Hints, _NET_WM_WINDOW_TYPE: the first one
 /// that is known counts).
-bool isOrdinary(X11Connection& display, xcb_window_t window) {
-    const auto types = display.atoms(window, display.hints()->_NET_WM_WINDOW_TYPE);
+bool isOrdinary(X11Connection& display, const std::vector<xcb_atom_t>& types) {
     return types.empty() || types.front() == display.hints()->_NET_WM_WINDOW_TYPE_NORMAL;
 }
 
@@ -29,47 +28,56 @@ X11Connection* OpenFileManagers::display() {
     return m_display.get();
 }
 
-std::optional<xcb_window_t> OpenFileManagers::workedIn() {
-    const auto active = m_display->activeWindow();
-    // While windows change hands, none is active.
-    if (m_lastActive && (!active || m_display->pid(*active) == ::getpid()))
-        return m_lastActive();
-    return active;
-}
-
-std::vector<xcb_window_t> OpenFileManagers::windows() {
+std::vector<OpenFileManagers::Window> OpenFileManagers::shown() {
     auto* screen = display();
     if (screen == nullptr)
         return {};
-    std::vector<xcb_window_t> result;
+    const auto activeQuestion = screen->askActiveWindow();
     auto stacked = screen->stackedWindows();
+    auto workedIn = screen->answeredActiveWindow(activeQuestion);
     std::ranges::reverse(stacked);
-    const auto classes = screen->windowClasses(stacked);
-    for (std::size_t i = 0; i < stacked.size(); ++i)
-        if (isFileManager(classes[i]) && isOrdinary(*screen, stacked[i]) && screen->isOnScreen(stacked[i]))
-            result.push_back(stacked[i]);
-    if (const auto first = std::ranges::find(result, workedIn().value_or(XCB_WINDOW_NONE)); first != result.end())
+    const auto facts = screen->facts(stacked);
+    std::vector<Window> result;
+    // One that is not listed yet is asked on its own.
+    bool isOwn =
+        workedIn && std::ranges::find(stacked, *workedIn) == stacked.end() && screen->pid(*workedIn) == ::getpid();
+    for (std::size_t i = 0; i < stacked.size(); ++i) {
+        const auto& each = facts[i];
+        isOwn = isOwn || (stacked[i] == workedIn && each.pid == ::getpid());
+        if (isFileManager(each.windowClass) && isOrdinary(*screen, each.types) && each.isOnScreen)
+            result.push_back({stacked[i], each.pid});
+    }
+    // While windows change hands, none is active.
+    if (m_lastActive && (!workedIn || isOwn))
+        workedIn = m_lastActive();
+    if (const auto first = std::ranges::find(result, workedIn.value_or(XCB_WINDOW_NONE), &Window::id);
+        first != result.end())
         std::rotate(result.begin(), first, std::next(first));
     return result;
 }
 
+std::vector<xcb_window_t> OpenFileManagers::windows() {
+    std::vector<xcb_window_t> result;
+    std::ranges::transform(shown(), std::back_inserter(result), &Window::id);
+    return result;
+}
+
 std::optional<xcb_window_t> OpenFileManagers::front() {
-    const auto all = windows();
-    return all.empty() ? std::nullopt : std::optional(all.front());
+    const auto all = shown();
+    return all.empty() ? std::nullopt : std::optional(all.front().id);
 }
 
 std::optional<xcb_window_t> OpenFileManagers::frontOf(std::int32_t pid) {
-    for (const auto window : windows())
-        if (m_display->pid(window) == pid)
-            return window;
-    return std::nullopt;
+    const auto all = shown();
+    const auto found = std::ranges::find(all, std::optional(pid), &Window::pid);
+    return found == all.end() ? std::nullopt : std::optional(found->id);
 }
 
 std::vector<std::int32_t> OpenFileManagers::processes() {
     std::vector<std::int32_t> result;
-    for (const auto window : windows())
-        if (const auto pid = m_display->pid(window); pid && std::ranges::find(result, *pid) == result.end())
-            result.push_back(*pid);
+    for (const auto& window : shown())
+        if (window.pid && std::ranges::find(result, *window.pid) == result.end())
+            result.push_back(*window.pid);
     return result;
 }
 

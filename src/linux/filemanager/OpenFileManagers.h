@@ -38,8 +38,12 @@ class OpenFileManagers {
     [[nodiscard]] std::optional<Rect> frame(xcb_window_t window);
 
   private:
-    /// The window that the user works in, whatever it is.
-    [[nodiscard]] std::optional<xcb_window_t> workedIn();
+    struct Window {
+        xcb_window_t id = XCB_WINDOW_NONE;
+        std::optional<std::int32_t> pid;
+    };
+    /// See `windows`; two trips to the server, however many there are.
+    [[nodiscard]] std::vector<Window> shown();
 
     LastActive m_lastActive;
     std::unique_ptr<X11Connection> m_display;

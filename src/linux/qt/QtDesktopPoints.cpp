@@ -1,7 +1,5 @@
 #include "linux/qt/QtDesktopPoints.h"
 
-#include "linux/X11Frames.h"
-
 #include <QGuiApplication>
 #include <QList>
 #include <QRectF>
@@ -39,7 +37,13 @@ const QScreen& screenOf(const QRect& geometry, const QScreen& last) {
     return *found;
 }
 
-DesktopPoints pointsFrom(const Rect& primary) {
+double heightInPoints(const DesktopPoints& points, const Rect& primary) {
+    return points.fromPixels({0, 0, primary.width, primary.height}).height;
+}
+
+} // namespace
+
+DesktopPoints qtDesktopPoints(const Rect& primary) {
     std::vector<DesktopPoints::Area> areas;
     for (const auto* screen : QGuiApplication::screens()) {
         const auto area = pixels(*screen);
@@ -49,19 +53,8 @@ DesktopPoints pointsFrom(const Rect& primary) {
     return DesktopPoints(std::move(areas));
 }
 
-double heightInPoints(const DesktopPoints& points, const Rect& primary) {
-    return points.fromPixels({0, 0, primary.width, primary.height}).height;
-}
-
-} // namespace
-
-DesktopPoints qtDesktopPoints(X11Connection& connection) {
-    return pointsFrom(primaryMonitor(connection));
-}
-
-Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScreen& last) {
-    const auto primary = primaryMonitor(connection);
-    const auto points = pointsFrom(primary);
+Rect fromQtGeometry(const Rect& primary, const QRect& geometry, const QScreen& last) {
+    const auto points = qtDesktopPoints(primary);
     const auto& screen = screenOf(geometry, last);
     const QPointF anchor(screen.geometry().topLeft());
     const auto corner = anchor + (QPointF(geometry.topLeft()) - anchor) * screen.devicePixelRatio();
@@ -71,9 +64,8 @@ Rect fromQtGeometry(X11Connection& connection, const QRect& geometry, const QScr
             static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
 }
 
-QRect toQtGeometry(X11Connection& connection, const Rect& frame) {
-    const auto primary = primaryMonitor(connection);
-    const auto points = pointsFrom(primary);
+QRect toQtGeometry(const Rect& primary, const Rect& frame) {
+    const auto points = qtDesktopPoints(primary);
     const auto place =
         points.toPixels({frame.x, heightInPoints(points, primary) - frame.top(), frame.width, frame.height});
     const QPointF corner(place.x + primary.x, place.y + primary.y);

@@ -115,11 +115,11 @@ bool QtPanel::hasOpenMenu() const {
 }
 
 Rect QtPanel::frame() const {
-    return fromQtGeometry(m_connection, m_window->geometry(), *m_window->screen());
+    return fromQtGeometry(m_primary.now(), m_window->geometry(), *m_window->screen());
 }
 
 void QtPanel::setFrame(const Rect& frame) {
-    const auto geometry = toQtGeometry(m_connection, frame);
+    const auto geometry = toQtGeometry(m_primary.now(), frame);
     if (m_window->geometry() != geometry)
         m_window->setGeometry(geometry);
 }

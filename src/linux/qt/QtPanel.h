@@ -1,6 +1,6 @@
 #pragma once
 
-#include "linux/X11Connection.h"
+#include "linux/X11Frames.h"
 #include "platform/Panel.h"
 
 #include <QWidget>
@@ -42,6 +42,7 @@ class QtPanel final : public Panel {
     void askForKey();
 
     X11Connection& m_connection;
+    mutable PrimaryMonitor m_primary{m_connection};
     std::unique_ptr<Window> m_window;
     /// It is to be shown as soon as what goes on has come to its end, and to be given the keyboard then.
     bool m_isComing = false;

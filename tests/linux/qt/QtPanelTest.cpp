@@ -65,10 +65,10 @@ class QtPanelTest : public ::testing::Test {
     /// after.
     Rect docked(const Rect& window, BarForm form) {
         auto& display = desktop.connection();
-        X11Screens screens(display, [&] { return qtDesktopPoints(display); });
+        X11Screens screens(display, [&] { return qtDesktopPoints(primaryMonitor(display)); });
         const auto primary = primaryMonitor(display);
-        const auto points = qtDesktopPoints(display).fromPixels(
-            {window.x - primary.x, window.y - primary.y, window.width, window.height});
+        const auto points = qtDesktopPoints(primaryMonitor(display))
+                                .fromPixels({window.x - primary.x, window.y - primary.y, window.width, window.height});
         const auto frame = finderWindowFrame({points.x, points.y}, {points.width, points.height},
                                              screens.layout().screens.front().frame.height);
         CommandBarPanel(*panel, screens).position(frame, form);
