@@ -22,6 +22,8 @@ namespace {
 constexpr int kFontSize = 11;
 /// So that the buttons below stay on the screen, however long a command is.
 constexpr int kGreatestHeight = 168;
+/// Layouts ask for a few widths over and over; each answer lays out the text anew, pictures in it decoded again.
+constexpr std::size_t kKnownWidths = 16;
 
 /// To assistive technology it is a status line whose name is what it says, not a document to edit.
 class AccessibleStatus final : public QAccessibleWidget {
@@ -77,7 +79,7 @@ void StatusText::present(const std::string& text, Tone tone, int firstLine) {
         return;
     m_text = text;
     m_firstLine = firstLine;
-    m_measured.reset();
+    m_measured.clear();
     setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
     setPlainText(shownLines(text));
     showScrollBarIfNeeded();
@@ -90,15 +92,17 @@ void StatusText::present(const std::string& text, Tone tone, int firstLine) {
 }
 
 double StatusText::wholeHeight(int width) const {
-    if (m_measured && m_measured->width == width)
-        return m_measured->height;
+    const auto known = std::ranges::find(m_measured, width, &std::pair<int, double>::first);
+    if (known != m_measured.end())
+        return known->second;
     // The document stays as wide as it is shown: beside a scroll bar that is less.
     const double shownWidth = document()->textWidth();
     document()->setTextWidth(std::max(width, 1));
     const double height = document()->size().height();
     document()->setTextWidth(shownWidth);
-    m_measured = {width, height};
-    return height;
+    if (m_measured.size() >= kKnownWidths)
+        m_measured.clear();
+    return m_measured.emplace_back(width, height).second;
 }
 
 int StatusText::heightForWidth(int width) const {
@@ -147,7 +151,7 @@ void StatusText::resizeEvent(QResizeEvent* event) {
 void StatusText::changeEvent(QEvent* event) {
     QTextEdit::changeEvent(event);
     if (event->type() == QEvent::FontChange)
-        m_measured.reset();
+        m_measured.clear();
     if (event->type() == QEvent::PaletteChange)
         applyColors();
 }

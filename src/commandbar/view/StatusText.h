@@ -5,6 +5,8 @@
 #include <QTextEdit>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace torvo {
 
@@ -39,12 +41,8 @@ class StatusText final : public QTextEdit {
     std::optional<std::string> m_text;
     int m_firstLine = 0;
     Tone m_tone = Tone::secondary;
-    struct Measure {
-        int width = 0;
-        double height = 0;
-    };
-    /// Of the present text, once it was needed.
-    mutable std::optional<Measure> m_measured;
+    /// The heights of the present text at the widths that were asked for.
+    mutable std::vector<std::pair<int, double>> m_measured;
 };
 
 } // namespace torvo
