@@ -235,7 +235,10 @@ void CommandBarService::openExpanded() {
         return;
     }
     placeUnder(*frame, BarForm::expanded);
+    // It is in its place already.
+    m_isOpening = true;
     m_services.panel.makeKey();
+    m_isOpening = false;
 }
 
 void CommandBarService::prefill(std::string text) {
@@ -278,6 +281,8 @@ void CommandBarService::keyWindowChanged(bool isKey) {
             ++m_state.focusTrigger;
         }
     }
+    if (m_isOpening)
+        return;
     // Now the bar has the height of its form: whether it has room below the window is up to that.
     m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());
 }

@@ -275,6 +275,8 @@ class CommandBarService {
     std::optional<Rect> m_lastFinderFrame;
     /// The window that the docked bar was last seen under.
     std::optional<AccessibilityElement> m_lastFinderWindow;
+    /// The bar is being placed and given the keyboard, both at once.
+    bool m_isOpening = false;
     std::optional<std::vector<FileURL>> m_droppedSelection;
     HistoryStore m_history;
     /// Which entry of the history the field shows; -1 while it shows none.

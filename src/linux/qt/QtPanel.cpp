@@ -47,6 +47,11 @@ class QtPanel::Window final : public QWidget {
             keyChanged(isKey);
     }
 
+    void fill() {
+        if (content != nullptr)
+            content->setGeometry(rect());
+    }
+
     std::function<void(bool isKey)> keyChanged;
     std::function<void()> closed;
     QWidget* content = nullptr;
@@ -54,8 +59,7 @@ class QtPanel::Window final : public QWidget {
   protected:
     void resizeEvent(QResizeEvent* event) override {
         QWidget::resizeEvent(event);
-        if (content != nullptr)
-            content->setGeometry(rect());
+        fill();
     }
     void changeEvent(QEvent* event) override {
         QWidget::changeEvent(event);
@@ -120,8 +124,11 @@ Rect QtPanel::frame() const {
 
 void QtPanel::setFrame(const Rect& frame) {
     const auto geometry = toQtGeometry(m_primary.now(), frame);
-    if (m_window->geometry() != geometry)
-        m_window->setGeometry(geometry);
+    if (m_window->geometry() == geometry)
+        return;
+    m_window->setGeometry(geometry);
+    // While the window is hidden, it hears of its size when it is shown: all would be laid out for the one before.
+    m_window->fill();
 }
 
 void QtPanel::orderFront() {

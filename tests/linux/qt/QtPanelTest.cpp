@@ -162,5 +162,13 @@ TEST_F(QtPanelTest, CountsAsShownAndAsHavingTheKeyboardBeforeItIsDrawn) {
     EXPECT_EQ(told, (std::vector<bool>{true, false, true, false}));
 }
 
+TEST_F(QtPanelTest, LaysItsContentOutBeforeItIsShown) {
+    start({{{0, 0, 2000, 900}, 1}});
+    auto* content = new QWidget;
+    panel->setContent(content);
+    panel->setFrame({100, 300, 420, 60});
+    EXPECT_EQ(content->size(), QSize(420, 60));
+}
+
 } // namespace
 } // namespace torvo
