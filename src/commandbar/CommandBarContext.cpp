@@ -74,7 +74,9 @@ void CommandBarService::readContext(Reading way) {
         else
             showContext(answer.context, answer.isSelectionKnown);
     };
-    m_services.desktopQueue.async(handingOver(read, show, onMain()));
+    // The window manager, the X server and the bar itself have enough to do until it is seen.
+    m_services.panel.afterDrawing(
+        [&queue = m_services.desktopQueue, work = handingOver(read, show, onMain())] { queue.async(work); });
 }
 
 void CommandBarService::showContext(const FinderContext& context, bool isSelectionKnown) {

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace torvo {
 
@@ -43,6 +44,8 @@ class CommandBarPanel {
     void orderFront() { m_window.orderFront(); }
     void orderOut() { m_window.orderOut(); }
     void makeKey() { m_window.makeKey(); }
+    /// See `Panel`.
+    void afterDrawing(std::function<void()> action) { m_window.afterDrawing(std::move(action)); }
 
   private:
     Panel& m_window;

@@ -22,6 +22,8 @@ class Panel {
     [[nodiscard]] virtual bool hasOpenMenu() const = 0;
     /// Gives the panel the keyboard.
     virtual void makeKey() = 0;
+    /// Calls `action` once the panel, which is being shown, has been drawn; at once when it has been, or is not shown.
+    virtual void afterDrawing(std::function<void()> action) = 0;
     /// What is called after the panel got (true) or lost (false) the keyboard. One action; the last one set counts.
     virtual void setKeyChangeAction(std::function<void(bool isKey)> action) = 0;
 };

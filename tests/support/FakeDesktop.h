@@ -38,6 +38,7 @@ class FakePanel final : public Panel {
         if (!std::exchange(m_isKey, true))
             tell();
     }
+    void afterDrawing(std::function<void()> action) override { action(); }
     void setKeyChangeAction(std::function<void(bool isKey)> action) override { m_action = std::move(action); }
 
     /// The user clicked into another window.

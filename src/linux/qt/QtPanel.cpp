@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <chrono>
 #include <utility>
+#include <vector>
 
 namespace torvo {
 
@@ -17,6 +18,9 @@ constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
 
 /// So long the window manager may take to hand over the keyboard.
 constexpr std::chrono::seconds kHandOver{1};
+
+/// So long whoever waits for the panel to be drawn waits at most: one that cannot be seen never is.
+constexpr std::chrono::milliseconds kDrawing{100};
 
 } // namespace
 
@@ -30,6 +34,8 @@ class QtPanel::Window final : public QWidget {
         m_handOver.setSingleShot(true);
         m_handOver.setInterval(kHandOver);
         connect(&m_handOver, &QTimer::timeout, this, [this] { tell(isActiveWindow()); });
+        m_drawing.setSingleShot(true);
+        connect(&m_drawing, &QTimer::timeout, this, [this] { goOn(); });
     }
 
     /// Counts as having the keyboard from now on, and no longer when it has not come in time: what is shown before
@@ -50,6 +56,19 @@ class QtPanel::Window final : public QWidget {
     void fill() {
         if (content != nullptr)
             content->setGeometry(rect());
+    }
+
+    [[nodiscard]] bool isDrawn() const { return m_isDrawn; }
+    void afterDrawing(std::function<void()> action) {
+        m_afterDrawing.push_back(std::move(action));
+        if (!m_drawing.isActive())
+            m_drawing.start(kDrawing);
+    }
+    /// With what was to wait for the drawing.
+    void goOn() {
+        m_drawing.stop();
+        for (const auto& action : std::exchange(m_afterDrawing, {}))
+            action();
     }
 
     std::function<void(bool isKey)> keyChanged;
@@ -75,14 +94,24 @@ class QtPanel::Window final : public QWidget {
         if (closed)
             closed();
     }
+    void paintEvent(QPaintEvent* event) override {
+        QWidget::paintEvent(event);
+        // Once this is on the screen with all that is in it.
+        if (!std::exchange(m_isDrawn, true))
+            m_drawing.start(0);
+    }
     void hideEvent(QHideEvent* event) override {
         QWidget::hideEvent(event);
+        m_isDrawn = false;
         tell(false);
     }
 
   private:
     bool m_isKey = false;
+    bool m_isDrawn = false;
     QTimer m_handOver;
+    QTimer m_drawing;
+    std::vector<std::function<void()>> m_afterDrawing;
 };
 
 QtPanel::QtPanel(X11Connection& connection) : m_connection(connection), m_window(std::make_unique<Window>()) {
@@ -162,6 +191,7 @@ void QtPanel::orderOut() {
     m_isKeyWanted = false;
     m_window->hide();
     m_window->tell(false);
+    m_window->goOn();
 }
 
 void QtPanel::makeKey() {
@@ -177,6 +207,13 @@ void QtPanel::askForKey() {
     m_window->activateWindow();
     // Window managers may refuse the keyboard to a program that the user did not touch last; the shortcut was pressed.
     m_connection.activate(static_cast<xcb_window_t>(m_window->winId()));
+}
+
+void QtPanel::afterDrawing(std::function<void()> action) {
+    if (isVisible() && !m_window->isDrawn())
+        m_window->afterDrawing(std::move(action));
+    else
+        action();
 }
 
 void QtPanel::setKeyChangeAction(std::function<void(bool isKey)> action) {

@@ -25,6 +25,7 @@ class QtPanel final : public Panel {
     void orderFront() override;
     void orderOut() override;
     void makeKey() override;
+    void afterDrawing(std::function<void()> action) override;
     void setKeyChangeAction(std::function<void(bool isKey)> action) override;
 
     /// The window, which fills itself with its one child.

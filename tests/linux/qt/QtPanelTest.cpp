@@ -5,6 +5,7 @@
 #include "desktop/FinderService.h"
 #include "linux/X11Frames.h"
 #include "linux/qt/QtDesktopPoints.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/XDesktop.h"
 
@@ -168,6 +169,32 @@ TEST_F(QtPanelTest, LaysItsContentOutBeforeItIsShown) {
     panel->setContent(content);
     panel->setFrame({100, 300, 420, 60});
     EXPECT_EQ(content->size(), QSize(420, 60));
+}
+
+TEST_F(QtPanelTest, HasWhatCanWaitDoneOnceItIsDrawn) {
+    start({{{0, 0, 2000, 900}, 1}});
+    int done = 0;
+    const auto wait = [&] { panel->afterDrawing([&] { ++done; }); };
+    wait();
+    EXPECT_EQ(done, 1) << "a hidden panel is not going to be drawn";
+
+    panel->orderFront();
+    wait();
+    wait();
+    EXPECT_EQ(done, 1);
+    EXPECT_TRUE(testing::eventually([&] {
+        QApplication::processEvents();
+        return done == 3;
+    }));
+    wait();
+    EXPECT_EQ(done, 4) << "it has been drawn";
+
+    panel->orderOut();
+    panel->orderFront();
+    wait();
+    EXPECT_EQ(done, 4);
+    panel->orderOut();
+    EXPECT_EQ(done, 5) << "now it is not going to be";
 }
 
 } // namespace
