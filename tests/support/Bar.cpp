@@ -6,9 +6,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <filesystem>
-
 namespace torvo::testing {
 
 Bar::Bar(ManualDispatcher::Detached detached)
@@ -84,11 +81,7 @@ bool Bar::settlesAs(std::string_view status) {
 }
 
 std::vector<std::string> Bar::names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(files.path()))
-        names.push_back(entry.path().filename().native());
-    std::ranges::sort(names);
-    return names;
+    return namesIn(files.path());
 }
 
 std::vector<std::string> Bar::selectedNames() const {
@@ -116,6 +109,15 @@ void Bar::modelAnswers(const std::string& command, const std::string& explanatio
     if (!preview.empty())
         plan["preview"] = preview;
     server.reply(plan.dump());
+}
+
+bool Bar::begin(const std::string& text, const std::string& command, const std::string& explanation) {
+    modelAnswers(command, explanation);
+    enter(text);
+    if (!settles() || !state().awaitingConfirm())
+        return false;
+    service->confirmPending();
+    return true;
 }
 
 } // namespace torvo::testing

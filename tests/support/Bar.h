@@ -56,6 +56,8 @@ class Bar {
     /// The plan that a model answers with, as it writes it.
     void modelAnswers(const std::string& command, const std::string& explanation = "Do it",
                       const std::string& preview = "", std::string_view kind = "run");
+    /// Types a text for which the model has a command, and confirms that; false when it is not asked for.
+    [[nodiscard]] bool begin(const std::string& text, const std::string& command, const std::string& explanation);
 
     TemporaryFolder files;
     TemporaryFolder support;

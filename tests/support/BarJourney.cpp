@@ -140,15 +140,6 @@ std::vector<std::string> BarJourney::questions() const {
     return texts;
 }
 
-std::size_t BarJourney::logged(std::string_view outcome) const {
-    const auto text = readFile(session.home() / "data/Torvo/command-log.jsonl");
-    const auto word = '"' + std::string(outcome) + '"';
-    std::size_t count = 0;
-    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
-        ++count;
-    return count;
-}
-
 bool BarJourney::logs(std::string_view outcome, std::size_t count) {
     return session.desktop().eventually([&] { return logged(outcome) >= count; });
 }

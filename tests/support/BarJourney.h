@@ -46,7 +46,7 @@ class BarJourney : public ::testing::Test {
     /// What the model was asked so far, the newest last.
     [[nodiscard]] std::vector<std::string> questions() const;
     /// How many entries of that outcome the command log holds, and whether it comes to hold that many.
-    [[nodiscard]] std::size_t logged(std::string_view outcome) const;
+    [[nodiscard]] std::size_t logged(std::string_view outcome) const { return bar->logged(outcome); }
     [[nodiscard]] bool logs(std::string_view outcome, std::size_t count = 1);
 
     TemporaryFolder files;

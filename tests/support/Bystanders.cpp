@@ -1,7 +1,8 @@
 #include "tests/support/Bystanders.h"
 
+#include "tests/support/Eventually.h"
+
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -15,9 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -66,13 +65,7 @@ int onUnixSocket(int type, const std::string& name) {
 
 /// A file of /proc; empty when its process has gone, also while it is read.
 std::string readProcFile(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    std::string content;
-    std::array<char, 4096> buffer{};
-    for (ssize_t length = 0; (length = ::read(descriptor, buffer.data(), buffer.size())) > 0;)
-        content.append(buffer.data(), static_cast<std::size_t>(length));
-    ::close(descriptor);
-    return content;
+    return readFile(FileURL(path));
 }
 
 /// A process of that name (15 bytes at most) that waits for a signal, alone in its group.
@@ -88,16 +81,6 @@ pid_t startProcess(const std::string& name) {
     require(child > 0, "fork");
     ::setpgid(child, child);
     return child;
-}
-
-bool waitUntil(auto condition, std::chrono::seconds limit = std::chrono::seconds(10)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        ::sched_yield();
-    }
-    return true;
 }
 
 } // namespace
@@ -121,7 +104,7 @@ Bystanders::Bystanders() {
     // A name of its own: tests that run at the same time end processes by name.
     const auto name = fmt::format("by{}x{}", ::getpid(), count.load());
     m_process = startProcess(name);
-    require(waitUntil([&] { return processState().starts_with("S " + name); }), "the bystander does not wait");
+    require(eventually([&] { return processState().starts_with("S " + name); }), "the bystander does not wait");
 
     tell("OUTSIDE", std::to_string(m_process));
     tell("NAME", name);
@@ -206,7 +189,7 @@ std::vector<std::string> Bystanders::harm() {
         harms.push_back(path + " is new");
     for (const pid_t process : leftovers()) {
         // A killed process may take a moment to go.
-        if (waitUntil(
+        if (eventually(
                 [&] {
                     const std::string stat = readProcFile(fmt::format("/proc/{}/stat", process));
                     const std::size_t name = stat.rfind(')');

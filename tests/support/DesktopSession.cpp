@@ -10,23 +10,6 @@
 
 namespace torvo::testing {
 
-ScopedEnvironment::ScopedEnvironment(const std::map<std::string, std::string>& variables) {
-    for (const auto& [name, value] : variables) {
-        const char* before = std::getenv(name.c_str());
-        m_before[name] = before == nullptr ? std::nullopt : std::optional<std::string>(before);
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-}
-
-ScopedEnvironment::~ScopedEnvironment() {
-    for (const auto& [name, value] : m_before) {
-        if (value)
-            ::setenv(name.c_str(), value->c_str(), 1);
-        else
-            ::unsetenv(name.c_str());
-    }
-}
-
 bool hasAllFileManagers() {
     return std::getenv("TORVO_ALL_FILE_MANAGERS") != nullptr;
 }
@@ -38,17 +21,21 @@ std::vector<FileManagerKind> fileManagerKinds() {
     return kinds;
 }
 
-DesktopSession::DesktopSession()
-    : m_environment({{"HOME", m_home.path()},
-                     {"XDG_CONFIG_HOME", (m_home / "config").path()},
-                     {"XDG_DATA_HOME", (m_home / "data").path()},
-                     {"XDG_CACHE_HOME", (m_home / "cache").path()},
-                     {"XDG_RUNTIME_DIR", (m_home / "run").path()},
-                     {"LANG", "C.UTF-8"},
-                     {"NO_AT_BRIDGE", "0"},
-                     // Drawing with a graphics card that is not there takes a whole processor while something turns.
-                     {"GSK_RENDERER", "cairo"},
-                     {"XDG_CURRENT_DESKTOP", ""}}) {
+DesktopSession::DesktopSession() {
+    const std::pair<const char*, std::string> variables[] = {
+        {"HOME", m_home.path()},
+        {"XDG_CONFIG_HOME", (m_home / "config").path()},
+        {"XDG_DATA_HOME", (m_home / "data").path()},
+        {"XDG_CACHE_HOME", (m_home / "cache").path()},
+        {"XDG_RUNTIME_DIR", (m_home / "run").path()},
+        {"LANG", "C.UTF-8"},
+        {"NO_AT_BRIDGE", "0"},
+        // Drawing with a graphics card that is not there takes a whole processor while something turns.
+        {"GSK_RENDERER", "cairo"},
+        {"XDG_CURRENT_DESKTOP", ""},
+    };
+    for (const auto& [name, value] : variables)
+        m_environment.emplace_back(name, value);
     for (const char* name : {"config", "data", "cache", "run"})
         std::filesystem::create_directories((m_home / name).path());
     std::filesystem::permissions((m_home / "run").path(), std::filesystem::perms::owner_all);
@@ -88,11 +75,6 @@ bool DesktopSession::start(const FileManagerKind& kind, std::vector<std::string>
 void DesktopSession::close() {
     m_started.clear();
     EXPECT_TRUE(m_desktop->eventually([&] { return m_fileManagers->processes().empty(); }));
-}
-
-void DesktopSession::activate(xcb_window_t window) {
-    display().activate(window);
-    EXPECT_TRUE(m_desktop->eventually([&] { return display().activeWindow() == window; }));
 }
 
 bool DesktopSession::clickBesideTheItems() {

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "linux/filemanager/FileManagers.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/XDesktop.h"
 
-#include <map>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,25 +14,15 @@
 
 namespace torvo::testing {
 
-/// Sets environment variables of this process, and puts them back.
-class ScopedEnvironment {
-  public:
-    explicit ScopedEnvironment(const std::map<std::string, std::string>& variables);
-    ~ScopedEnvironment();
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-  private:
-    std::map<std::string, std::optional<std::string>> m_before;
-};
-
 /// A file manager as it is started, and as its windows say who they are.
 struct FileManagerKind {
     std::string_view program;
     std::string_view windowClass;
 
     /// For the names of tests.
-    friend void PrintTo(const FileManagerKind& kind, std::ostream* out) { *out << kind.program; }
+    friend void PrintTo(const FileManagerKind& kind, std::ostream* out) {
+        *out << kind.program.substr(0, kind.program.find('-'));
+    }
 };
 
 /// Those that every test runs with; all that Torvo drives where $TORVO_ALL_FILE_MANAGERS is set.
@@ -62,7 +53,7 @@ class DesktopSession {
     [[nodiscard]] const TemporaryFolder& home() const { return m_home; }
 
     /// Gives a window the keyboard.
-    void activate(xcb_window_t window);
+    void activate(xcb_window_t window) { m_desktop->activate(window); }
     /// Clicks into the file manager's view where no item is, as long as there are few; false when it has no window.
     bool clickBesideTheItems();
     /// Clicks there and presses the keys that select everything, until that many items are
@@ -81,7 +72,7 @@ class DesktopSession {
     [[nodiscard]] bool start(const FileManagerKind& kind, std::vector<std::string> arguments, const FileURL& folder);
 
     TemporaryFolder m_home;
-    ScopedEnvironment m_environment;
+    std::deque<ScopedVariable> m_environment;
     std::optional<XDesktop> m_desktop;
     std::vector<std::unique_ptr<BackgroundProgram>> m_started;
     SessionBus m_bus;

@@ -68,7 +68,6 @@ FakeFinder::FakeFinder() {
             m_selection = {};
             for (auto path = arguments.begin() + 2; path != arguments.end(); ++path)
                 m_selection.emplace_back(*path);
-            ++m_selectionsSet;
             return "";
         }
         if (script.find("target of front Finder window") != std::string::npos)
@@ -113,11 +112,6 @@ void FakeFinder::quit() {
 std::vector<FileURL> FakeFinder::selection() const {
     const std::lock_guard guard(m_lock);
     return m_selection;
-}
-
-std::size_t FakeFinder::selectionsSet() const {
-    const std::lock_guard guard(m_lock);
-    return m_selectionsSet;
 }
 
 } // namespace torvo::testing

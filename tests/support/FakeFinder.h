@@ -85,8 +85,6 @@ class FakeFinder {
     void moveWindow(const Rect& frame);
     void quit();
     [[nodiscard]] std::vector<FileURL> selection() const;
-    /// How often a selection was set.
-    [[nodiscard]] std::size_t selectionsSet() const;
 
     /// Whether its next window's selection can be read by looking.
     bool showsSelection = true;
@@ -103,7 +101,6 @@ class FakeFinder {
     mutable std::mutex m_lock;
     std::optional<FileURL> m_folder;
     std::vector<FileURL> m_selection;
-    std::size_t m_selectionsSet = 0;
     Rect m_frame{100, 400, 800, 300};
 };
 

@@ -22,22 +22,6 @@ std::string textOf(GVariant* value) {
 
 } // namespace
 
-ScopedVariable::ScopedVariable(std::string name, const std::optional<std::string>& value) : m_name(std::move(name)) {
-    if (const char* before = std::getenv(m_name.c_str()))
-        m_before = before;
-    if (value)
-        ::setenv(m_name.c_str(), value->c_str(), 1);
-    else
-        ::unsetenv(m_name.c_str());
-}
-
-ScopedVariable::~ScopedVariable() {
-    if (m_before)
-        ::setenv(m_name.c_str(), m_before->c_str(), 1);
-    else
-        ::unsetenv(m_name.c_str());
-}
-
 PrivateBus::PrivateBus(const std::vector<std::string>& activatable) {
     // Not the machine's own configuration: its bus would start whatever file manager is installed here.
     for (const auto& name : activatable)
@@ -95,50 +79,6 @@ std::vector<std::string> BusProgram::calls() const {
 
 bool BusProgram::waitForCalls(std::size_t count) const {
     return eventually([&] { return calls().size() >= count; });
-}
-
-BusListener::BusListener(const std::string& interface)
-    : m_interface(interface), m_connection(DBusConnection::session().value_or(nullptr)) {
-    EXPECT_NE(m_connection, nullptr);
-    if (m_connection == nullptr)
-        return;
-    const auto filter = [](GDBusConnection*, GDBusMessage* message, gboolean isIncoming, gpointer own) {
-        if (isIncoming != FALSE)
-            static_cast<BusListener*>(own)->hear(message);
-        return message;
-    };
-    m_filter = g_dbus_connection_add_filter(m_connection->get(), filter, this, nullptr);
-    const auto rule = "type='signal',interface='" + interface + "'";
-    EXPECT_TRUE(m_connection
-                    ->call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "AddMatch"},
-                           g_variant_new("(s)", rule.c_str()), nullptr, std::chrono::seconds(10))
-                    .has_value());
-}
-
-BusListener::~BusListener() {
-    if (m_connection != nullptr)
-        g_dbus_connection_remove_filter(m_connection->get(), m_filter);
-    // Closing waits for the thread that calls the filter.
-    m_connection.reset();
-}
-
-void BusListener::hear(GDBusMessage* message) {
-    const char* interface = g_dbus_message_get_interface(message);
-    if (g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_SIGNAL || interface == nullptr ||
-        m_interface != interface)
-        return;
-    const std::lock_guard lock(m_lock);
-    m_signals.push_back(fmt::format("{} {}{}", g_dbus_message_get_path(message), g_dbus_message_get_member(message),
-                                    textOf(g_dbus_message_get_body(message))));
-}
-
-std::vector<std::string> BusListener::signals() const {
-    const std::lock_guard lock(m_lock);
-    return m_signals;
-}
-
-bool BusListener::waitForSignals(std::size_t count) const {
-    return eventually([&] { return signals().size() >= count; });
 }
 
 } // namespace torvo::testing

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "linux/DBusServer.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/XDesktop.h"
 
@@ -12,20 +13,6 @@
 #include <vector>
 
 namespace torvo::testing {
-
-/// Sets a variable of this process's environment, and puts back what it was.
-class ScopedVariable {
-  public:
-    /// An absent value removes the variable.
-    ScopedVariable(std::string name, const std::optional<std::string>& value);
-    ~ScopedVariable();
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-  private:
-    std::string m_name;
-    std::optional<std::string> m_before;
-};
 
 /// A session bus with nobody on it. While it lives, it is this process's session bus.
 class PrivateBus {
@@ -60,28 +47,6 @@ class BusProgram {
     std::vector<std::string> m_calls;
     std::vector<GLibPointer<GDBusMethodInvocation>> m_waiting;
     std::unique_ptr<DBusServer> m_server;
-};
-
-/// Hears the signals of one interface.
-class BusListener {
-  public:
-    explicit BusListener(const std::string& interface);
-    ~BusListener();
-    BusListener(const BusListener&) = delete;
-    BusListener& operator=(const BusListener&) = delete;
-
-    /// "path Member(arguments in GVariant text format)", in order.
-    [[nodiscard]] std::vector<std::string> signals() const;
-    [[nodiscard]] bool waitForSignals(std::size_t count) const;
-
-  private:
-    void hear(GDBusMessage* message);
-
-    std::string m_interface;
-    mutable std::mutex m_lock;
-    std::vector<std::string> m_signals;
-    std::shared_ptr<DBusConnection> m_connection;
-    guint m_filter = 0;
 };
 
 } // namespace torvo::testing

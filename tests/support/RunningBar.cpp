@@ -101,18 +101,18 @@ bool RunningBar::enter(const std::string& command) const {
     return true;
 }
 
+std::size_t RunningBar::logged(std::string_view outcome) const {
+    const auto text = readFile(m_session.home() / "data/Torvo/command-log.jsonl");
+    const auto word = '"' + std::string(outcome) + '"';
+    std::size_t count = 0;
+    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
+        ++count;
+    return count;
+}
+
 bool RunningBar::carriesOut(const std::string& command, const std::string& outcome) const {
-    const FileURL log = m_session.home() / "data/Torvo/command-log.jsonl";
-    const auto ends = [&] {
-        const auto text = readFile(log);
-        const auto word = '"' + outcome + '"';
-        std::size_t count = 0;
-        for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1))
-            ++count;
-        return count;
-    };
-    const auto before = ends();
-    return enter(command) && m_session.desktop().eventually([&] { return ends() > before; });
+    const auto before = logged(outcome);
+    return enter(command) && m_session.desktop().eventually([&] { return logged(outcome) > before; });
 }
 
 int RunningBar::quit() {

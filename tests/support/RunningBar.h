@@ -36,6 +36,8 @@ class RunningBar {
     /// The same, and waits until the command has come to an end of that name in the command log. Until then nobody else
     /// should ask the file manager for anything: it has only one clipboard and one menu bar.
     [[nodiscard]] bool carriesOut(const std::string& command, const std::string& outcome = "completed") const;
+    /// How many entries of that outcome the command log holds.
+    [[nodiscard]] std::size_t logged(std::string_view outcome) const;
 
     /// What it wrote to standard error.
     [[nodiscard]] std::string complaints() const;

@@ -1,5 +1,7 @@
 #include "tests/support/ScriptedOwner.h"
 
+#include "tests/support/XDesktop.h"
+
 #include <utility>
 
 namespace torvo::testing {
@@ -7,8 +9,8 @@ namespace torvo::testing {
 ScriptedOwner::ScriptedOwner(Forms forms)
     : m_forms(std::move(forms)), m_connection(X11Connection::create()), m_window(xcb_generate_id(m_connection->get())) {
     for (const auto& [target, ignored] : m_forms)
-        m_names[atom(target)] = target;
-    m_names[atom("TARGETS")] = "TARGETS";
+        m_names[atomOf(*m_connection, target)] = target;
+    m_names[atomOf(*m_connection, "TARGETS")] = "TARGETS";
     xcb_create_window(m_connection->get(), XCB_COPY_FROM_PARENT, m_window, m_connection->root(), -10, -10, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
     xcb_flush(m_connection->get());
@@ -27,24 +29,20 @@ ScriptedOwner::~ScriptedOwner() {
 }
 
 void ScriptedOwner::take() {
-    xcb_set_selection_owner(m_connection->get(), m_window, atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    xcb_set_selection_owner(m_connection->get(), m_window, atomOf(*m_connection, "CLIPBOARD"), XCB_CURRENT_TIME);
     (void)isOwner();
 }
 
 bool ScriptedOwner::isOwner() {
     const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
-        m_connection->get(), xcb_get_selection_owner(m_connection->get(), atom("CLIPBOARD")), nullptr));
+        m_connection->get(), xcb_get_selection_owner(m_connection->get(), atomOf(*m_connection, "CLIPBOARD")),
+        nullptr));
     return reply && reply->owner == m_window;
 }
 
 std::vector<std::string> ScriptedOwner::asked() {
     const std::lock_guard guard(m_lock);
     return m_asked;
-}
-
-xcb_atom_t ScriptedOwner::atom(const std::string& name) {
-    const auto cookie = xcb_intern_atom(m_connection->get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-    return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(m_connection->get(), cookie, nullptr))->atom;
 }
 
 void ScriptedOwner::serve() {

@@ -31,7 +31,6 @@ class ScriptedOwner {
     [[nodiscard]] std::vector<std::string> asked();
 
   private:
-    [[nodiscard]] xcb_atom_t atom(const std::string& name);
     void serve();
     void answer(const xcb_selection_request_event_t& request);
 

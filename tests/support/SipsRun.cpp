@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 namespace torvo::testing {
 
@@ -51,14 +49,6 @@ std::string identify(const std::string& path, const std::string& what) {
     const Ran ran = run({"-format", what, path}, {.program = "/usr/bin/identify"});
     EXPECT_EQ(ran.status, 0) << path << ": " << ran.errors;
     return ran.output;
-}
-
-std::vector<std::string> namesIn(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::ranges::sort(names);
-    return names;
 }
 
 } // namespace torvo::testing

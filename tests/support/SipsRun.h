@@ -33,7 +33,4 @@ struct Pixels {
 /// What ImageMagick's identify says, by its -format escapes, of every frame.
 [[nodiscard]] std::string identify(const std::string& path, const std::string& what);
 
-/// The names in a folder, sorted.
-[[nodiscard]] std::vector<std::string> namesIn(const std::string& folder);
-
 } // namespace torvo::testing

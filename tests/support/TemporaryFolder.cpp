@@ -1,5 +1,6 @@
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -27,6 +28,12 @@ FileURL TemporaryFolder::file(std::string_view name, std::string_view content) c
     return url;
 }
 
+FileURL TemporaryFolder::program(std::string_view name, std::string_view script) const {
+    auto url = file(name, script);
+    std::filesystem::permissions(url.path(), std::filesystem::perms::owner_all);
+    return url;
+}
+
 FileURL TemporaryFolder::folder(std::string_view name) const {
     const FileURL url = *this / name;
     std::filesystem::create_directories(url.path());
@@ -36,6 +43,14 @@ FileURL TemporaryFolder::folder(std::string_view name) const {
 std::string readFile(const FileURL& url) {
     std::ifstream in(url.path(), std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.push_back(entry.path().filename().native());
+    std::ranges::sort(names);
+    return names;
 }
 
 } // namespace torvo::testing

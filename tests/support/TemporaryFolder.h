@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace torvo::testing {
 
@@ -21,6 +22,8 @@ class TemporaryFolder {
 
     /// Writes a file (its folders too) and returns its URL.
     FileURL file(std::string_view name, std::string_view content = "") const;
+    /// Writes a program.
+    FileURL program(std::string_view name, std::string_view script) const;
     FileURL folder(std::string_view name) const;
 
   private:
@@ -29,5 +32,8 @@ class TemporaryFolder {
 
 /// The whole content of a file; empty when it cannot be read.
 [[nodiscard]] std::string readFile(const FileURL& url);
+
+/// The names in a folder, sorted.
+[[nodiscard]] std::vector<std::string> namesIn(const std::string& folder);
 
 } // namespace torvo::testing

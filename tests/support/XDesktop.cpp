@@ -104,14 +104,26 @@ bool XDesktop::eventually(const std::function<bool()>& condition) const {
     });
 }
 
-namespace {
+void XDesktop::activate(xcb_window_t window) {
+    m_connection->activate(window);
+    EXPECT_TRUE(eventually([&] { return m_connection->activeWindow() == window; }));
+}
+
+void XDesktop::raise(xcb_window_t window) {
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_connection->get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_flush(m_connection->get());
+}
+
+bool XDesktop::isAbove(xcb_window_t upper, xcb_window_t lower) {
+    const auto windows = m_connection->stackedWindows();
+    return std::ranges::find(windows, lower) < std::ranges::find(windows, upper);
+}
 
 xcb_atom_t atomOf(X11Connection& connection, const std::string& name) {
     const auto cookie = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
     return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection.get(), cookie, nullptr))->atom;
 }
-
-} // namespace
 
 void XDesktop::setMonitors(const std::vector<Rect>& monitors) {
     auto& connection = *m_connection;

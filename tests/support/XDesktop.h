@@ -46,6 +46,12 @@ class XDesktop {
     /// Lets the connection dispatch until the condition holds; false when it still does not at the deadline.
     [[nodiscard]] bool eventually(const std::function<bool()>& condition) const;
 
+    /// Gives a window the keyboard.
+    void activate(xcb_window_t window);
+    /// Puts a window above the others, whatever has the keyboard.
+    void raise(xcb_window_t window);
+    [[nodiscard]] bool isAbove(xcb_window_t upper, xcb_window_t lower);
+
     /// Splits the screen into monitors, rectangles of the whole desktop with the top edge as `y`; the first one is the
     /// primary one.
     void setMonitors(const std::vector<Rect>& monitors);
@@ -57,6 +63,8 @@ class XDesktop {
     std::vector<std::unique_ptr<BackgroundProgram>> m_programs;
     std::unique_ptr<X11Connection> m_connection;
 };
+
+[[nodiscard]] xcb_atom_t atomOf(X11Connection& connection, const std::string& name);
 
 /// An ordinary window of an application.
 class XWindow {

@@ -3,8 +3,10 @@
 #include "tests/support/RunningBar.h"
 
 #include "linux/LinuxProcessHost.h"
+#include "linux/RemoteControl.h"
 #include "linux/SettingsFile.h"
 #include "linux/X11Frames.h"
+#include "linux/clipboard/X11Clipboard.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Program.h"
 
@@ -97,7 +99,7 @@ TEST_P(RunningBarTest, IsUnderTheWindowInEveryScaleAndOnEveryMonitor) {
     testing::XDesktop::input({"windowsize", std::to_string(session.window()), "500", "300"});
     std::map<double, double> heights;
     for (const double scale : {1.0, 2.0}) {
-        const testing::ScopedEnvironment environment({{"QT_SCALE_FACTOR", std::to_string(scale)}});
+        const testing::ScopedVariable factor("QT_SCALE_FACTOR", std::to_string(scale));
         RunningBar bar(session);
         for (const double x : {60.0, 700.0}) {
             testing::XDesktop::input(
@@ -219,11 +221,38 @@ TEST_P(RunningBarTest, IsStartedByTheFirstOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktop, RunningBarTest, ::testing::ValuesIn(testing::fileManagerKinds()),
-                         [](const auto& each) {
-                             std::string name(each.param.program);
-                             std::erase(name, '-');
-                             return name;
-                         });
+                         ::testing::PrintToStringParamName());
+
+std::string pasted() {
+    return testing::run({"-selection", "clipboard", "-out"}, {.program = "/usr/bin/xclip"}).output;
+}
+
+TEST(ClipboardOfRunningBarTest, OutlivesTheBar) {
+    testing::TemporaryFolder files;
+    const auto text = files.file("text", "what the user has copied");
+    const auto folder = files.folder("shown");
+    for (const char* name : {"shown/a.txt", "shown/b.txt"})
+        files.file(name, "content");
+    testing::DesktopSession session;
+    // Its icon view shows nothing of its items to anybody else.
+    ASSERT_TRUE(session.open({"thunar", "Thunar"}, folder));
+    ASSERT_TRUE(session.selectsAll(2));
+    const auto clipboard = X11Clipboard::create();
+    const auto tests = clipboard->owner();
+    const testing::BackgroundProgram user("/usr/bin/xclip", {"-quiet", "-selection", "clipboard", text.path()});
+    ASSERT_TRUE(
+        testing::eventually([&] { return clipboard->owner() != tests && pasted() == testing::readFile(text); }));
+    const auto users = clipboard->owner();
+
+    testing::RunningBar bar(session);
+    ASSERT_TRUE(session.desktop().eventually([&] { return bar.isShown(); }));
+    ASSERT_TRUE(bar.carriesOut("zip"));
+    EXPECT_NE(clipboard->owner(), users) << "the bar has put it back";
+    EXPECT_EQ(pasted(), testing::readFile(text));
+    EXPECT_EQ(bar.quit(), 0);
+    EXPECT_EQ(pasted(), testing::readFile(text));
+    EXPECT_EQ(RemoteBar::toggle().error().kind, RemoteBar::Failure::Kind::notRunning) << "nothing else of it is left";
+}
 
 } // namespace
 } // namespace torvo

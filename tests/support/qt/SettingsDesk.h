@@ -29,7 +29,7 @@ class SettingsDesk {
     }
     [[nodiscard]] std::vector<std::string> locations() const { return {tools.path() + "/"}; }
     /// A tool that succeeds and does nothing.
-    void installTool(std::string_view name) const;
+    void installTool(std::string_view name) const { (void)tools.program(name, "#!/bin/sh\nexit 0\n"); }
 
     TemporaryFolder tools;
     Bar bar;
