@@ -1,9 +1,10 @@
 #include "model/CommandSafety.h"
 #include "model/ShellText.h"
 #include "support/Text.h"
-#include "tests/support/IcuRegex.h"
 
 #include <gtest/gtest.h>
+#include <unicode/regex.h>
+#include <unicode/unistr.h>
 
 #include <algorithm>
 #include <array>
@@ -13,8 +14,28 @@
 namespace torvo {
 namespace {
 
-using testing::icuFinds;
-using testing::icuReplacingAll;
+icu::UnicodeString unicode(std::string_view text) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+}
+
+/// Searching and replacing with ICU's regular-expression engine, as an oracle for the patterns that run on RE2.
+bool icuFinds(std::string_view pattern, std::string_view text) {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto input = unicode(text);
+    icu::RegexMatcher matcher(unicode(pattern), input, 0, status);
+    EXPECT_TRUE(U_SUCCESS(status)) << pattern;
+    return matcher.find() != 0;
+}
+
+std::string icuReplacingAll(std::string_view pattern, std::string_view text, std::string_view replacement) {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto input = unicode(text);
+    icu::RegexMatcher matcher(unicode(pattern), input, 0, status);
+    std::string result;
+    matcher.replaceAll(unicode(replacement), status).toUTF8String(result);
+    EXPECT_TRUE(U_SUCCESS(status)) << pattern;
+    return result;
+}
 
 constexpr const char* kSingleQuoted = "'[^']*'";
 constexpr const char* kArithmetic = R"(\$\(\([A-Za-z0-9_+\-*/%<>=!&|?: \t]*\)\))";
@@ -61,6 +82,15 @@ bool isReadOnlyByICU(std::string_view command) {
     });
 }
 
+constexpr std::array kPieces{
+    " ",       "  ",        "\t",      "\n",      "\u00A0",  "\u2028", "\u3000", "'",     "\"",       "\\",
+    ";",       "|",         "&",       ">",       "<",       "`",      "$(",     "$((",   "))",       ")",
+    "(",       "-y",        "-i",      "-i ",     "ffmpeg",  "sed",    "SED",    "sed ",  " sed",     "\u00E9",
+    "\u0301",  "_",         "\u200D",  "\u203F",  "\u24B6",  "\u2460", "find",   "find ", "ls",       "ls ",
+    "sort",    "awk",       "-exec ",  "-exec",   "stat",    "stat ",  "x",      "-o",    "--output", "=",
+    "-delete", "-execdir",  "-ok",     "system(", ":(){",    "\\;",    "1+2",    "\r",    "\f",       "\v",
+    "sort -n", "ls | sort", "awk '1'", "\u00AD",  "\u0300s", "\u212A", "\u017F"};
+
 /// Commands thrown together from the pieces on which the classification turns. No piece holds a word of the
 /// destructive list, so that only the patterns decide.
 class Generator {
@@ -68,82 +98,18 @@ class Generator {
     explicit Generator(unsigned seed) : m_random(seed) {}
 
     std::string command() {
-        static constexpr std::array pieces{" ",
-                                           "  ",
-                                           "\t",
-                                           "\n",
-                                           "\u00A0",
-                                           "\u2028",
-                                           "\u3000",
-                                           "'",
-                                           "\"",
-                                           "\\",
-                                           ";",
-                                           "|",
-                                           "&",
-                                           ">",
-                                           "<",
-                                           "`",
-                                           "$(",
-                                           "$((",
-                                           "))",
-                                           ")",
-                                           "(",
-                                           "-y",
-                                           "-i",
-                                           "-i ",
-                                           "ffmpeg",
-                                           "sed",
-                                           "SED",
-                                           "sed ",
-                                           " sed",
-                                           "\u00E9",
-                                           "\u0301",
-                                           "_",
-                                           "\u200D",
-                                           "\u203F",
-                                           "\u24B6",
-                                           "\u2460",
-                                           "find",
-                                           "find ",
-                                           "ls",
-                                           "ls ",
-                                           "sort",
-                                           "awk",
-                                           "-exec ",
-                                           "-exec",
-                                           "stat",
-                                           "stat ",
-                                           "x",
-                                           "-o",
-                                           "--output",
-                                           "=",
-                                           "-delete",
-                                           "-execdir",
-                                           "-ok",
-                                           "system(",
-                                           ":(){",
-                                           "\\;",
-                                           "1+2",
-                                           "\r",
-                                           "\f",
-                                           "\v",
-                                           "find . -exec stat {} \\;",
-                                           "sort -n",
-                                           "ls | sort",
-                                           "awk '1'",
-                                           "\u00AD",
-                                           "\u0300s",
-                                           "\u212A",
-                                           "\u017F"};
         std::string text;
         const auto length = 1 + m_random() % 12;
         for (std::size_t i = 0; i < length; ++i)
-            text += pieces[m_random() % pieces.size()];
+            text += pick(m_random() % (kPieces.size() + 1));
         return text;
     }
 
   private:
+    static const char* pick(std::size_t index) {
+        return index < kPieces.size() ? kPieces.at(index) : "find . -exec stat {} \\;";
+    }
+
     std::mt19937 m_random;
 };
 
