@@ -20,19 +20,12 @@ using testing::TemporaryFolder;
 
 class AutostartLoginItemTest : public ::testing::Test {
   protected:
-    /// An executable file below the folder.
-    [[nodiscard]] FileURL program(std::string_view name) const {
-        auto file = folder.file(name, "#!/bin/sh\n");
-        ::chmod(file.path().c_str(), 0700);
-        return file;
-    }
-
     TemporaryFolder folder;
     FileURL entry = folder / "config/autostart/torvo.desktop";
 };
 
 TEST_F(AutostartLoginItemTest, ComesAndGoesAsAValidEntry) {
-    const auto bar = program("odd \"$(name) `x` 100%f \\ ü/torvo-bar");
+    const auto bar = folder.program("odd \"$(name) `x` 100%f \\ ü/torvo-bar", "#!/bin/sh\n");
     AutostartLoginItem item(folder / "config", {bar.path(), "--background"});
     EXPECT_EQ(item.status(), LoginItemStatus::notRegistered);
     EXPECT_TRUE(item.unregisterItem().has_value());
@@ -49,7 +42,7 @@ TEST_F(AutostartLoginItemTest, ComesAndGoesAsAValidEntry) {
 }
 
 TEST_F(AutostartLoginItemTest, ReadsWhatDesktopsMakeOfTheEntry) {
-    const auto bar = program("torvo-bar");
+    const auto bar = folder.program("torvo-bar", "#!/bin/sh\n");
     AutostartLoginItem item(folder / "config", {bar.path()});
     struct Row {
         std::string entry;
@@ -87,7 +80,7 @@ TEST_F(AutostartLoginItemTest, ReadsWhatDesktopsMakeOfTheEntry) {
 }
 
 TEST_F(AutostartLoginItemTest, SaysInOneLineWhatIsInTheWay) {
-    AutostartLoginItem item(folder / "config", {program("torvo-bar").path()});
+    AutostartLoginItem item(folder / "config", {folder.program("torvo-bar", "#!/bin/sh\n").path()});
     const auto failsWith = [&](const char* reason) {
         EXPECT_EQ(item.status(), LoginItemStatus::notRegistered) << reason;
         EXPECT_THAT(item.registerItem().error(), HasSubstr(reason));
@@ -101,20 +94,6 @@ TEST_F(AutostartLoginItemTest, SaysInOneLineWhatIsInTheWay) {
     std::filesystem::remove_all((folder / "config").path());
     (void)folder.file("config", "a file where a folder should be");
     failsWith("Not a directory");
-}
-
-TEST(ExecText, IsReadBackAsTheSameArguments) {
-    const std::vector<std::string> command{"/a b/\"c\"", "$HOME `id`", "\\n\\", "", "tab\there", "it's ü", "%f 100%%"};
-    const auto text = execText(command);
-    char** words = nullptr;
-    int count = 0;
-    ASSERT_TRUE(g_shell_parse_argv(text.c_str(), &count, &words, nullptr));
-    std::vector<std::string> read(words, words + count);
-    g_strfreev(words);
-    ASSERT_EQ(read.size(), command.size());
-    EXPECT_EQ(read.back(), "%%f 100%%%%");
-    read.back() = command.back();
-    EXPECT_EQ(read, command);
 }
 
 } // namespace

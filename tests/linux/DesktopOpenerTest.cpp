@@ -11,7 +11,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -35,11 +34,9 @@ class DesktopOpenerTest : public ::testing::Test {
     /// A program that writes its name and arguments into a file of its name, all at once. They are bytes of a script:
     /// nothing else may be on the search path.
     FileURL program(const std::string& name) {
-        auto file = folder.file(name, fmt::format("#!/bin/sh\nprintf '%s|' \"${{0##*/}}\" \"$@\" > '{0}/out.tmp'\n"
-                                                  "/bin/mv '{0}/out.tmp' '{0}/out'\n",
-                                                  folder.path()));
-        ::chmod(file.path().c_str(), 0700);
-        return file;
+        return folder.program(name, fmt::format("#!/bin/sh\nprintf '%s|' \"${{0##*/}}\" \"$@\" > '{0}/out.tmp'\n"
+                                                "/bin/mv '{0}/out.tmp' '{0}/out'\n",
+                                                folder.path()));
     }
     /// What the program that was started says, once it has.
     std::string started() {

@@ -1,6 +1,7 @@
 #include "linux/SettingsFile.h"
 
 #include "support/Descriptor.h"
+#include "tests/support/Program.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -10,10 +11,8 @@
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -26,6 +25,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using testing::readFile;
 using ::testing::StartsWith;
+using testing::statusOf;
 using testing::TemporaryFolder;
 using Texts = std::vector<std::string>;
 
@@ -35,12 +35,8 @@ class SettingsFileTest : public ::testing::Test {
     [[nodiscard]] SettingsFile settings() {
         return SettingsFile(m_location, [this](const std::string& line) { m_reports.push_back(line); });
     }
-    [[nodiscard]] Texts filesBeside(const FileURL& file) const {
-        Texts names;
-        for (const auto& entry : std::filesystem::directory_iterator(file.deletingLastPathComponent().path()))
-            names.push_back(entry.path().filename().string());
-        std::ranges::sort(names);
-        return names;
+    [[nodiscard]] static Texts filesBeside(const FileURL& file) {
+        return testing::namesIn(file.deletingLastPathComponent().path());
     }
 
     TemporaryFolder m_folder;
@@ -56,14 +52,6 @@ pid_t inChild(const std::function<void()>& work) {
         ::_exit(::testing::Test::HasFailure() ? 1 : 0);
     }
     return child;
-}
-
-/// The exit status of a child, or 128 plus the signal that ended it.
-int statusOf(pid_t child) {
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 TEST_F(SettingsFileTest, KeepsEveryValueWithItsType) {

@@ -16,20 +16,14 @@ using testing::XWindow;
 class X11FramesTest : public ::testing::Test {
   protected:
     X11Connection& connection() { return desktop.connection(); }
-    void activate(const XWindow& window) {
-        connection().activate(window.id());
-        EXPECT_TRUE(desktop.eventually([&] { return connection().activeWindow() == window.id(); }));
-    }
+    void activate(const XWindow& window) { desktop.activate(window.id()); }
     /// What the window manager says; the test plays it.
-    void setRoot(std::string_view name, const std::vector<std::uint32_t>& values, xcb_atom_t type = XCB_ATOM_CARDINAL) {
+    void setRoot(const std::string& name, const std::vector<std::uint32_t>& values,
+                 xcb_atom_t type = XCB_ATOM_CARDINAL) {
         xcb_change_property(connection().get(), XCB_PROP_MODE_REPLACE, connection().root(), atom(name), type, 32,
                             static_cast<std::uint32_t>(values.size()), values.data());
     }
-    xcb_atom_t atom(std::string_view name) {
-        const auto cookie =
-            xcb_intern_atom(connection().get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-        return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection().get(), cookie, nullptr))->atom;
-    }
+    xcb_atom_t atom(const std::string& name) { return testing::atomOf(connection(), name); }
     /// What panels leave of the monitors.
     std::vector<Rect> visible() {
         std::vector<Rect> frames;

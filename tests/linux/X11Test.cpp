@@ -2,6 +2,7 @@
 #include "linux/FrontApplication.h"
 #include "linux/X11HotKeys.h"
 #include "linux/filemanager/FileManagerWindow.h"
+#include "linux/filemanager/OpenFileManagers.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/XDesktop.h"
 
@@ -17,15 +18,14 @@ namespace torvo {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using testing::XWindow;
 
 class X11Test : public ::testing::Test {
   protected:
     X11Connection& connection() { return desktop.connection(); }
-    void activate(const XWindow& window) {
-        connection().activate(window.id());
-        EXPECT_TRUE(desktop.eventually([&] { return connection().activeWindow() == window.id(); }));
-    }
+    void activate(const XWindow& window) { desktop.activate(window.id()); }
 
     /// What the window manager says: the test plays it where a real one is too quick to be watched.
     void setRoot(xcb_atom_t property, std::vector<std::uint32_t> values, xcb_atom_t type) {
@@ -72,30 +72,15 @@ TEST_F(X11Test, TellsWhichApplicationIsAtTheFront) {
     EXPECT_EQ(connection().windowClass(connection().root()), "");
 }
 
-TEST_F(X11Test, LooksThroughThePanelToWhatItWasSummonedOver) {
+TEST_F(X11Test, LooksThroughThePanelToWhatTheUserSees) {
     XWindow other(connection(), "Editor", 1);
     XWindow thunar(connection(), "Thunar", 2);
     XWindow dock(connection(), "dock", 3, "DOCK");
     XWindow panel(connection(), "torvo-bar", ::getpid(), "UTILITY");
-    FrontApplication front(connection());
-    front.setPanel(panel.id());
     activate(thunar);
     activate(other);
-    // The shortcut is pressed over a window that lies below others.
-    activate(thunar);
     activate(panel);
     EXPECT_TRUE(desktop.eventually([&] { return connection().stackedWindows().back() == dock.id(); }));
-    EXPECT_EQ(front.window(), thunar.id());
-    xcb_configure_window(connection().get(), other.id(), XCB_CONFIG_WINDOW_STACK_MODE,
-                         std::array<std::uint32_t, 1>{XCB_STACK_MODE_ABOVE}.data());
-    xcb_flush(connection().get());
-    const auto isAbove = [&](const XWindow& upper, const XWindow& lower) {
-        const auto windows = connection().stackedWindows();
-        return std::ranges::find(windows, lower.id()) < std::ranges::find(windows, upper.id());
-    };
-    EXPECT_TRUE(desktop.eventually([&] { return isAbove(other, thunar); }));
-    EXPECT_EQ(front.window(), thunar.id()) << "what lies on top now was not active";
-
     // One that was never told of an active window goes by what the user sees: no dock, nothing hidden, nothing that is
     // on another desktop.
     FrontApplication fresh(connection());
@@ -239,6 +224,78 @@ TEST_F(X11Test, FollowsTheShortcutsLetterToAnotherKey) {
     X11HotKeys others(*other);
     EXPECT_TRUE(others.registerHotKey({kLetterKeyCodes[9], kControlModifier}).has_value())
         << "the key that was k is free";
+}
+
+/// Which window of a file manager is the front one.
+class OpenFileManagersTest : public X11Test {
+  protected:
+    /// The window manager of the test moves nothing for it: it only says so.
+    static void putOnDesktop(XWindow& window, std::uint32_t number) {
+        window.setProperty("_NET_WM_DESKTOP", {number}, XCB_ATOM_CARDINAL);
+    }
+
+    XWindow one{connection(), "Thunar", 1};
+    XWindow two{connection(), "Thunar", 1};
+    XWindow other{connection(), "dolphin", 2};
+    OpenFileManagers open;
+};
+
+TEST_F(OpenFileManagersTest, HaveTheActiveWindowAtTheFrontWhateverLiesAboveIt) {
+    activate(two);
+    activate(other);
+    activate(one);
+    EXPECT_THAT(open.windows(), ElementsAre(one.id(), other.id(), two.id()));
+    EXPECT_THAT(open.processes(), ElementsAre(1, 2));
+    desktop.raise(two.id());
+    EXPECT_TRUE(desktop.eventually([&] { return connection().stackedWindows().back() == two.id(); }));
+    EXPECT_EQ(open.front(), one.id());
+    EXPECT_EQ(open.frontOf(1), one.id());
+    EXPECT_EQ(open.frontOf(2), other.id());
+    // Somebody works in a terminal: then the topmost one counts.
+    const XWindow terminal(connection(), "Terminal", 3);
+    activate(terminal);
+    EXPECT_EQ(open.front(), two.id());
+}
+
+TEST_F(OpenFileManagersTest, LeaveOutWhatTheUserDoesNotSee) {
+    const XWindow terminal(connection(), "Terminal", 3);
+    activate(other);
+    activate(one);
+    activate(two);
+    activate(terminal);
+    putOnDesktop(two, 3);
+    EXPECT_EQ(open.front(), one.id()) << "on another desktop nothing is restacked or hidden";
+    EXPECT_EQ(open.frontOf(1), one.id());
+    one.setProperty("_NET_WM_STATE", {connection().hints()->_NET_WM_STATE_HIDDEN}, XCB_ATOM_ATOM);
+    EXPECT_THAT(open.windows(), ElementsAre(other.id()));
+    EXPECT_EQ(open.frontOf(1), std::nullopt);
+    putOnDesktop(two, 0xFFFFFFFF);
+    EXPECT_EQ(open.front(), two.id()) << "on all desktops";
+    const XWindow dialog(connection(), "Thunar", 1, "DIALOG");
+    activate(dialog);
+    EXPECT_THAT(open.windows(), ElementsAre(two.id(), other.id()));
+    putOnDesktop(two, 3);
+    putOnDesktop(other, 3);
+    EXPECT_THAT(open.processes(), IsEmpty());
+}
+
+TEST_F(OpenFileManagersTest, LookThroughThePanel) {
+    XWindow panel(connection(), "torvo-bar", ::getpid(), "UTILITY");
+    FrontApplication front(connection());
+    front.setPanel(panel.id());
+    OpenFileManagers seen([&] { return front.lastActive(); });
+    activate(one);
+    activate(other);
+    activate(one);
+    activate(panel);
+    desktop.raise(other.id());
+    EXPECT_TRUE(desktop.eventually([&] { return desktop.isAbove(other.id(), one.id()); }));
+    EXPECT_EQ(seen.front(), one.id());
+    EXPECT_EQ(front.window(), one.id()) << "both mean the same one";
+    EXPECT_EQ(open.front(), other.id()) << "without a panel there is nothing to look through";
+    putOnDesktop(one, 3);
+    EXPECT_EQ(seen.front(), other.id());
+    EXPECT_EQ(front.window(), other.id());
 }
 
 } // namespace

@@ -120,16 +120,6 @@ ScriptedReply ScriptedReply::status(int code, std::string_view body, const std::
     return ScriptedReply().then(Send{text.append(body)});
 }
 
-ScriptedReply ScriptedReply::chunked(const std::vector<std::string>& chunks) {
-    std::string text = head(200, {"Transfer-Encoding: chunked", ""});
-    for (const std::string& chunk : chunks) {
-        char size[32];
-        std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
-        text += size + chunk + "\r\n";
-    }
-    return ScriptedReply().then(Send{text + "0\r\n\r\n"});
-}
-
 ScriptedReply& ScriptedReply::then(Step step) {
     m_steps.push_back(std::move(step));
     return *this;

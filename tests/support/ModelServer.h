@@ -56,8 +56,6 @@ class ScriptedReply {
 
     /// A whole HTTP reply with its Content-Length. `headers`: lines without their ends.
     static ScriptedReply status(int code, std::string_view body = "", const std::vector<std::string>& headers = {});
-    /// A reply whose body comes in chunks of these texts.
-    static ScriptedReply chunked(const std::vector<std::string>& chunks);
     /// Nothing at all: the test adds the steps.
     static ScriptedReply nothing() { return {}; }
 

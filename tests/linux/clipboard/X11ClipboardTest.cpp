@@ -209,10 +209,7 @@ TEST_F(X11ClipboardTest, EndsThoughARequestorDiesOrStopsFetching) {
         const XWindow window(*requestor, "requestor", 1);
         const auto clipboard = X11Clipboard::create();
         const auto left = clipboard->owner();
-        const auto atom = [&](const std::string& name) {
-            const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-            return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection, cookie, nullptr))->atom;
-        };
+        const auto atom = [&](const char* name) { return testing::atomOf(*requestor, name); };
         const auto property = atom("TO_HERE");
         xcb_convert_selection(connection, window.id(), atom("CLIPBOARD"), atom(kText), property, XCB_CURRENT_TIME);
         ASSERT_TRUE(testing::eventually([&] {
@@ -244,10 +241,7 @@ TEST_F(X11ClipboardTest, TellsSinceWhenItIsKeptAndHandsOverSeveralFormsAtOnce) {
     EXPECT_LE(stamp, clipboard->serverTime());
 
     auto& display = desktop.connection();
-    const auto atom = [&](const std::string& name) {
-        const auto cookie = xcb_intern_atom(display.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-        return XcbReply<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(display.get(), cookie, nullptr))->atom;
-    };
+    const auto atom = [&](const char* name) { return testing::atomOf(display, name); };
     XWindow window(display, "requestor", 1);
     window.setProperty("PAIRS", {atom(kText), atom("P1"), atom("image/png"), atom("P2"), atom("text/html"), atom("P3")},
                        atom("ATOM_PAIR"));

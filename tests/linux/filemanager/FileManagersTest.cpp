@@ -217,11 +217,7 @@ TEST_P(FileManagersTest, TellSelectionsOfThousands) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktop, FileManagersTest, ::testing::ValuesIn(testing::fileManagerKinds()),
-                         [](const auto& each) {
-                             std::string name(each.param.program);
-                             std::erase(name, '-');
-                             return name;
-                         });
+                         ::testing::PrintToStringParamName());
 
 /// Nautilus makes only the items near those on the screen.
 TEST(NautilusWindowTest, TellsAPartOfALargeFolder) {
@@ -372,31 +368,6 @@ TEST_P(FileManagersTest, AreNotMisledByStarters) {
             seen.insert(std::move(name));
     }
     EXPECT_THAT(seen, ElementsAre("a.desktop", "b.txt"));
-}
-
-/// Its icon view is read through the clipboard, which is the user's.
-TEST(ThunarWindowTest, PutsBackWhatWasOnTheClipboard) {
-    testing::TemporaryFolder files;
-    for (const char* name : {"a.png", "b.png"})
-        files.file(name, "content");
-    testing::DesktopSession session;
-    ASSERT_TRUE(session.open({"thunar", "Thunar"}, files.url()));
-    // More than fits into one piece.
-    const std::string text(1'000'000, 'x');
-    ClipboardKeeper user;
-    user.keep({{"UTF8_STRING", "UTF8_STRING", 8, text}, {"text/html", "text/html", 8, "<b>x</b>"}});
-    ASSERT_TRUE(session.selectsAll(2));
-    const auto clipboard = X11Clipboard::create();
-    ASSERT_TRUE(clipboard);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    const auto kept = clipboard->read("UTF8_STRING", deadline);
-    ASSERT_TRUE(kept);
-    EXPECT_EQ(kept->bytes.size(), text.size());
-    EXPECT_TRUE(kept->bytes == text);
-    const auto markup = clipboard->read("text/html", deadline);
-    ASSERT_TRUE(markup);
-    EXPECT_EQ(markup->bytes, "<b>x</b>");
-    EXPECT_FALSE(clipboard->read("text/uri-list", deadline)) << "nothing of what was copied stays";
 }
 
 } // namespace

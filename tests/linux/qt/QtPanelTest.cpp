@@ -99,22 +99,6 @@ class QtPanelTest : public ::testing::Test {
     bool hides = false;
 };
 
-TEST_F(QtPanelTest, GoesToTheWindowsMonitorFromWhicheverItIsOn) {
-    start({{{1000, 100, 1000, 800}, 2}, {{0, 0, 1000, 900}, 2}});
-    for (const bool isHidden : {false, true}) {
-        hides = isHidden;
-        for (const auto form : {BarForm::compact, BarForm::expanded}) {
-            const double width = form == BarForm::compact ? 600 : 900;
-            EXPECT_EQ(docked({1060, 200, 900, 300}, form), (Rect{1060, 516, width, 180}));
-            EXPECT_EQ(docked({50, 100, 900, 300}, form), (Rect{50, 416, width, 180}));
-        }
-    }
-    // Over the window, where there is no room under it, and at least 120 points on the monitor.
-    EXPECT_EQ(docked({1060, 400, 900, 450}, BarForm::compact), (Rect{1060, 204, 600, 180}));
-    EXPECT_EQ(docked({1900, 200, 600, 300}, BarForm::compact), (Rect{1760, 516, 600, 180}));
-    EXPECT_EQ(docked({900, 100, 190, 300}, BarForm::compact), (Rect{760, 416, 600, 180})) << "its middle is elsewhere";
-}
-
 TEST_F(QtPanelTest, IsAsLargeAsTheScaleOfTheWindowsMonitorHasIt) {
     start({{{0, 0, 800, 900}, 1}, {{800, 0, 1200, 900}, 2}});
     for (const bool isHidden : {false, true}) {

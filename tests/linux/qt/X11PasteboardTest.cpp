@@ -64,15 +64,5 @@ TEST(X11Pasteboard, TellsWhatCanBeHadWithoutFetchingPictures) {
     }
 }
 
-TEST(X11Pasteboard, IsNotLookedAtForLong) {
-    const testing::XDesktop desktop;
-    X11Pasteboard pasteboard;
-    testing::ScriptedOwner owner(Forms{{"text/uri-list", std::nullopt}});
-    owner.take();
-    const auto began = std::chrono::steady_clock::now();
-    EXPECT_FALSE(ClipboardService::hasContent(pasteboard));
-    EXPECT_LT(std::chrono::steady_clock::now() - began, 3s);
-}
-
 } // namespace
 } // namespace torvo
