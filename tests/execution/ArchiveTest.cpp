@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -110,9 +109,7 @@ TEST_F(ArchiveTest, RefusesWhatItCannotPutIntoOneArchive) {
 
 TEST_F(ArchiveTest, LeavesNothingBehindWhenCancelled) {
     const auto item = m_folder.file("a");
-    const auto script = m_tools.file("zip", "#!/bin/zsh\nprint half > $3; trap 'exit 0' TERM; sleep 300 & wait");
-    ::chmod(script.path().c_str(), 0700);
-    m_archiver = script.path();
+    m_archiver = m_tools.program("zip", "#!/bin/zsh\nprint half > $3; trap 'exit 0' TERM; sleep 300 & wait").path();
     std::thread user([&] {
         EXPECT_TRUE(testing::eventually([&] { return (m_folder / "Archive.zip").exists(); }));
         m_processes.cancel();

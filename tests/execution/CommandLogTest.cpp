@@ -1,5 +1,6 @@
 #include "execution/CommandLog.h"
 
+#include "execution/HistoryStore.h"
 #include "linux/SettingsFile.h"
 #include "linux/ThreadQueue.h"
 #include "support/Text.h"
@@ -23,8 +24,10 @@ namespace {
 
 using std::chrono::system_clock;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using testing::readFile;
 using testing::TemporaryFolder;
+using Texts = std::vector<std::string>;
 
 constexpr const char* kKey = "commandLoggingEnabled";
 const UUID kId = *UUID::parse("0F8FAD5B-D9CB-469F-A165-70867728950E");
@@ -228,26 +231,54 @@ TEST(CommandLog, IgnoresWhatItCannotWriteTo) {
     log.finish();
 }
 
-TEST(CommandLog, AppendsToAHugeLogAsFastAsToASmallOne) {
-    using Clock = std::chrono::steady_clock;
-    const auto fastest = [](std::uintmax_t size) {
-        const TemporaryFolder support;
-        Log log(support.url());
-        log.enable();
-        (void)support.file("Torvo/command-log.jsonl");
-        std::filesystem::resize_file(log.log.fileURL().path(), size);
-        auto best = Clock::duration::max();
-        for (int i = 0; i < 30; ++i) {
-            const auto start = Clock::now();
-            log.log.outcome(kId, "noop");
-            log.finish();
-            best = std::min(best, Clock::now() - start);
-        }
-        EXPECT_GT(std::filesystem::file_size(log.log.fileURL().path()), size);
-        return best;
+TEST(HistoryStore, MovesACommandToTheFront) {
+    const Texts before{"jpg", "zip", "select all png"};
+    const std::pair<const char*, Texts> rows[] = {
+        {"zip", {"zip", "jpg", "select all png"}},
+        {" \tzip \r\n", {"zip", "jpg", "select all png"}},
+        {"ZIP", {"ZIP", "jpg", "zip", "select all png"}},
+        {"select  all png", {"select  all png", "jpg", "zip", "select all png"}},
+        {"two\nlines", {"two\nlines", "jpg", "zip", "select all png"}},
+        {" \n\t", before},
+        {"", before},
     };
-    const auto small = fastest(0);
-    EXPECT_LT(fastest(std::uintmax_t{1} << 30), 10 * small + std::chrono::milliseconds(5));
+    for (const auto& [text, after] : rows)
+        EXPECT_EQ(recorded(before, text), after) << text;
+    // The two ways to write an accented letter are one text; duplicates that a hand left in go together.
+    EXPECT_EQ(recorded({"x", "cafe\xCC\x81", "x"}, "caf\xC3\xA9"), (Texts{"caf\xC3\xA9", "x", "x"}));
+    EXPECT_EQ(recorded({"x", "y", "x"}, "x"), (Texts{"x", "y"}));
+}
+
+TEST(HistoryStore, MirrorsEveryChangeToTheSettings) {
+    const TemporaryFolder folder;
+    SettingsFile settings(folder / "settings.json");
+    HistoryStore history(settings);
+    EXPECT_THAT(history.items(), IsEmpty());
+    EXPECT_TRUE(history.record("  "));
+    EXPECT_FALSE(settings.contains("commandHistory"));
+    EXPECT_TRUE(history.record("jpg"));
+    EXPECT_TRUE(history.record("zip "));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "jpg"));
+    EXPECT_TRUE(settings.set("commandHistory", "no list"));
+    EXPECT_THAT(HistoryStore(settings).items(), IsEmpty());
+    // A list that another process stored is carried on; for anything else the list in memory stands.
+    EXPECT_TRUE(history.record("zip"));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "jpg"));
+    EXPECT_TRUE(HistoryStore(settings).record("png"));
+    EXPECT_TRUE(history.record("zip"));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("zip", "png", "jpg"));
+    // What another process cleared stays cleared.
+    EXPECT_TRUE(settings.remove("commandHistory"));
+    EXPECT_TRUE(history.record("heic"));
+    EXPECT_THAT(HistoryStore(settings).items(), ElementsAre("heic"));
+}
+
+TEST(HistoryStore, RemembersInMemoryWhatCannotBeSaved) {
+    const TemporaryFolder folder;
+    SettingsFile settings(folder.file("taken").appendingPath("settings.json"), [](const std::string&) {});
+    HistoryStore history(settings);
+    EXPECT_FALSE(history.record("zip"));
+    EXPECT_THAT(history.items(), ElementsAre("zip"));
 }
 
 } // namespace

@@ -24,6 +24,7 @@ namespace {
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::namesIn;
 using testing::readFile;
 using testing::takeSnapshot;
 
@@ -47,14 +48,6 @@ TEST(MoveFile, NeverTakesANameThatIsTaken) {
     EXPECT_TRUE((folder / "other/moved \xFF").isOccupied());
 }
 
-/// The names in a folder.
-std::vector<std::string> names(const FileURL& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
-        names.push_back(entry.path().filename().native());
-    return names;
-}
-
 TEST(MoveFile, ManagesWhereNoRenameIsSafe) {
     const testing::TemporaryFolder folder;
     const auto from = folder.file("from", "new");
@@ -65,7 +58,7 @@ TEST(MoveFile, ManagesWhereNoRenameIsSafe) {
         EXPECT_TRUE(moveFile(from, folder / "to").has_value());
         EXPECT_THAT(moveFile(folder / "folder", folder / "other").error(), HasSubstr("cannot rename a folder"));
     });
-    EXPECT_THAT(names(folder.url()), ::testing::UnorderedElementsAre("folder", "taken", "to"));
+    EXPECT_THAT(namesIn(folder.path()), ::testing::ElementsAre("folder", "taken", "to"));
     EXPECT_EQ(readFile(taken), "old");
     EXPECT_EQ(readFile(folder / "to"), "new");
     if (::geteuid() != 0)
@@ -79,7 +72,7 @@ TEST(MoveFile, ManagesWhereNoRenameIsSafe) {
     testing::runRestricted({.withoutSafeRename = true, .asNobody = true}, [&] {
         EXPECT_THAT(moveFile(folder / "locked/from", folder / "open/to").error(), EndsWith(": Permission denied"));
     });
-    EXPECT_THAT(names(folder / "open"), IsEmpty());
+    EXPECT_THAT(namesIn((folder / "open").path()), IsEmpty());
     EXPECT_EQ(readFile(folder / "locked/from"), "text");
 }
 
@@ -90,7 +83,7 @@ class MoveAcrossFileSystems : public ::testing::Test {
             GTEST_SKIP() << "only root may mount a small disk";
     }
     /// Nothing but these is there: no half copy, no original that was set aside.
-    static std::vector<std::string> names(const testing::TemporaryFolder& folder) { return torvo::names(folder.url()); }
+    static std::vector<std::string> names(const testing::TemporaryFolder& folder) { return namesIn(folder.path()); }
 
     testing::TemporaryFolder home;
     testing::SmallDisk disk{256 << 10};

@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -40,9 +39,7 @@ class ImageConversionTest : public ::testing::Test {
     /// A picture under any name: the tool looks at its bytes.
     FileURL picture(std::string_view name) const { return m_folder.file(name, s_picture); }
     void useScript(const std::string& script) {
-        const auto file = m_tools.file("tool", "#!/bin/zsh\n" + script);
-        ::chmod(file.path().c_str(), 0700);
-        m_conversionTools.imageTool = file.path();
+        m_conversionTools.imageTool = m_tools.program("tool", "#!/bin/zsh\n" + script).path();
     }
     RunOutcome convert(std::string_view toExt, const std::vector<FileURL>& selection) {
         return convertImages(toExt, selection, m_conversionTools, m_processes, m_selector,

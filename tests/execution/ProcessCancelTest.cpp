@@ -1,13 +1,17 @@
 #include "execution/ProcessRunner.h"
+#include "execution/ProcessTree.h"
 #include "linux/LinuxProcessHost.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -136,33 +140,6 @@ TEST(Cancel, LetsNoShellGoOnBecauseItsChildHasEnded) {
     }
 }
 
-TEST(Cancel, BeforeTheStartKeepsAnythingFromRunningUntilItIsForgotten) {
-    const TemporaryFolder folder;
-    LinuxProcessHost host;
-    ProcessRunner runner(host);
-    const ProcessRequest request{.executable = "/usr/bin/touch", .arguments = {(folder / "ran").path()}};
-    runner.cancel();
-    const auto result = runner.run(request);
-    EXPECT_EQ(result.status, -1);
-    EXPECT_EQ(result.standardError.text(), "cancelled");
-    EXPECT_EQ(result.standardOutput.bytes(), "");
-    EXPECT_FALSE((folder / "ran").exists());
-
-    runner.clearCancelled();
-    EXPECT_EQ(runner.run(request).status, 0);
-    EXPECT_TRUE((folder / "ran").exists());
-}
-
-TEST(Cancel, AfterTheEndIsHarmless) {
-    LinuxProcessHost host;
-    ProcessRunner runner(host);
-    EXPECT_EQ(runner.run({.executable = "/usr/bin/true"}).status, 0);
-    runner.cancel();
-    runner.cancel();
-    runner.clearCancelled();
-    EXPECT_EQ(runner.run({.executable = "/usr/bin/true"}).status, 0);
-}
-
 TEST(Cancel, AtAnyMomentAroundTheStartAndTheEndLeavesNoChildBehind) {
     LinuxProcessHost host;
     int notStarted = 0;
@@ -190,4 +167,68 @@ TEST(Cancel, AtAnyMomentAroundTheStartAndTheEndLeavesNoChildBehind) {
         EXPECT_TRUE(host.children(::getpid()).empty());
     }
     EXPECT_GT(notStarted + stopped, 99) << "two of three would have slept for minutes";
+}
+
+namespace {
+
+/// A table of processes in memory: since when they are there, and what was sent to whom.
+class FakeHost : public ProcessHost {
+  public:
+    std::map<std::int32_t, std::uint64_t> startTable;
+    std::vector<std::string> sent;
+
+    std::expected<std::int32_t, LaunchError> launch(const LaunchRequest&) override {
+        return std::unexpected(LaunchError{});
+    }
+    bool canConfine() override { return false; }
+    void childHasEnded(std::int32_t) override {}
+    int exitNotice(std::int32_t) override { return -1; }
+    std::int32_t reap(std::int32_t) override { return 0; }
+    std::optional<ProcessIdentity> identity(std::int32_t pid) override {
+        const auto found = startTable.find(pid);
+        return found == startTable.end() ? std::nullopt : std::optional(ProcessIdentity{pid, found->second, 0});
+    }
+    bool hasEnded(const ProcessIdentity& process) override { return identity(process.pid) != process; }
+    std::vector<std::int32_t> children(std::int32_t) override { return {}; }
+    std::vector<ProcessIdentity> holders(std::span<const int>) override { return {}; }
+    void signal(const ProcessIdentity& process, StopSignal signal) override {
+        sent.push_back(fmt::format("{} {}@{}", nameOf(signal), process.pid, process.startSeconds));
+    }
+    void signalGroup(std::int32_t child, StopSignal signal) override {
+        sent.push_back(fmt::format("{} group {}", nameOf(signal), child));
+    }
+
+  private:
+    static const char* nameOf(StopSignal signal) {
+        constexpr std::array kNames{"term", "kill", "stop", "cont"};
+        return kNames.at(static_cast<std::size_t>(signal));
+    }
+};
+
+using Texts = std::vector<std::string>;
+
+} // namespace
+
+TEST(DescendantPIDs, ListsChildrenFirstThenTheDescendantsOfEachInTurn) {
+    std::map<std::int32_t, std::vector<std::int32_t>> table{
+        {1, {20, 10, 0, -5}}, {20, {21, 22}}, {21, {23}}, {10, {11}}, {11, {12}}};
+    const auto walk = [&table] { return descendantPIDs(1, [&table](std::int32_t pid) { return table[pid]; }); };
+    EXPECT_EQ(walk(), (std::vector<std::int32_t>{20, 10, 21, 22, 23, 11, 12}));
+    // Numbers that move while the tables are read can seem to go round in a circle.
+    table[12] = {1, 20, 12, 13};
+    EXPECT_EQ(walk(), (std::vector<std::int32_t>{20, 10, 21, 22, 23, 11, 12, 13}));
+    table.clear();
+    EXPECT_TRUE(walk().empty());
+}
+
+TEST(TreeStop, LeavesAloneWhoHoldsAPipeButWasThereBeforeTheRoot) {
+    FakeHost host;
+    host.startTable = {{1, 100}, {7, 99}, {8, 100}};
+    TreeStop stop(host, {1, 100, 0});
+    stop.terminateStrays({{7, 99, 0}, {8, 100, 0}, {1, 100, 0}});
+    stop.terminateStrays({{8, 100, 0}});
+    EXPECT_EQ(host.sent, Texts{"term 8@100"});
+    host.sent.clear();
+    stop.killTree();
+    EXPECT_EQ(host.sent, (Texts{"kill 8@100", "kill group 1"}));
 }

@@ -1,5 +1,6 @@
 #include "execution/ProcessRunner.h"
 
+#include "execution/CapturedOutput.h"
 #include "linux/LinuxProcessHost.h"
 #include "tests/support/Memory.h"
 #include "tests/support/TemporaryFolder.h"
@@ -42,17 +43,6 @@ TEST_F(ProcessRunnerTest, ReturnsBothStreamsAndTheStatusOfEveryKindOfEnd) {
     EXPECT_EQ(zsh("kill -KILL $$").status, 128 + SIGKILL);
     EXPECT_EQ(zsh("kill -TERM $$").status, 128 + SIGTERM);
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "every child is reaped";
-}
-
-TEST_F(ProcessRunnerTest, PassesArgumentsByteForByte) {
-    const std::vector<std::string> files{"/a b", "/quote\"'`$x",     "/line\nbreak", "-n",
-                                         "",     "/bad\xFF\xFEname", "/caf\u00E9 *"};
-    const auto result = zsh("print -rN -- $0 $# \"$@\"", files);
-    std::string expected = std::string("torvo\0", 6) + std::string("7\0", 2);
-    for (const std::string& file : files)
-        expected += file + '\0';
-    EXPECT_EQ(result.standardOutput.bytes(), expected);
-    EXPECT_EQ(result.standardOutput.text(), "") << "not UTF-8";
 }
 
 TEST_F(ProcessRunnerTest, GivesChildrenAnInputAtItsEndAndTheFolderAskedFor) {
@@ -156,4 +146,39 @@ TEST_F(ProcessRunnerTest, ReadsOnUntilTheChildAndAllThatHoldItsStreamsAreDone) {
     EXPECT_EQ(left.status, 0);
     // Both streams close at once; the child goes on and has a status to give.
     EXPECT_EQ(zsh("exec >&- 2>&-; sleep 0.2; exit 9").status, 9);
+}
+
+TEST(CapturedOutput, KeepsEveryByteThroughEverySizeAtWhichItsMemoryMoves) {
+    CapturedOutput output;
+    std::string expected;
+    // Odd lengths, so that pieces straddle pages, up to well past the change to huge pages.
+    for (std::size_t i = 0; expected.size() < (std::size_t{70} << 20); ++i) {
+        const std::string piece(i * 1237 % 600'011 + 1, static_cast<char>('a' + i % 26));
+        ASSERT_TRUE(output.buffer().append(piece));
+        expected += piece;
+    }
+    EXPECT_TRUE(output.bytes() == expected);
+    const CapturedOutput moved = std::move(output);
+    EXPECT_TRUE(moved.text() == expected);
+}
+
+TEST(CapturedOutput, HasNoTextWhenItsBytesAreNotUTF8) {
+    EXPECT_EQ(CapturedOutput("caf\u00E9").text(), "caf\u00E9");
+    const CapturedOutput output("caf\xE9");
+    EXPECT_EQ(output.text(), "");
+    EXPECT_EQ(output.bytes(), "caf\xE9");
+}
+
+TEST(CapturedOutput, ReportsThatThereIsNoMemoryAndKeepsWhatItHas) {
+    if (!kMemoryIsOurOwn)
+        GTEST_SKIP() << "a sanitizer uses memory too";
+    CapturedOutput output("kept");
+    {
+        const MemoryLimit limit(std::size_t{64} << 20);
+        EXPECT_TRUE(output.buffer().prepare(std::size_t{500} << 20).empty());
+    }
+    EXPECT_TRUE(output.buffer().prepare(~std::size_t{0}).empty());
+    EXPECT_EQ(output.bytes(), "kept");
+    EXPECT_TRUE(output.buffer().append(", and more"));
+    EXPECT_EQ(output.bytes(), "kept, and more");
 }
