@@ -85,13 +85,6 @@ class CommandExecutorTest : public ::testing::Test {
     std::size_t m_seen = 0;
 };
 
-TEST_F(CommandExecutorTest, RefusesAnEmptyCommandAndNoFilesWithoutATrace) {
-    EXPECT_EQ(refusal(" \t", {m_work / "a"}), "The command was empty.");
-    EXPECT_EQ(refusal("", {}), "The command was empty.");
-    EXPECT_EQ(refusal("zip", {}), "No files were provided. Pass files to act on, or select some in Finder first.");
-    EXPECT_THAT(records(), IsEmpty());
-}
-
 TEST_F(CommandExecutorTest, PlansWithTheGrammarAfterTheUsersRules) {
     const std::vector<FileURL> files{FileURL("/one/a.png"), FileURL("/two/b\xff.txt")};
     ASSERT_TRUE(RulesStore(m_settings).add("pack", "zip"));
@@ -230,29 +223,6 @@ TEST_F(CommandExecutorTest, ExecutesAPlanAndLogsWhatCameOfIt) {
     EXPECT_THAT(namesOf(std::get<Completed>(made).outputs), ElementsAre("y", "z"));
     const auto all = m_executor.execute(planOf(Select{{SelectionSpec::Extensions{{"txt"}}}}), Consent::none);
     EXPECT_THAT(namesOf(std::get<SelectedFiles>(all).files), UnorderedElementsAre("a.txt", "b.TXT"));
-}
-
-TEST_F(CommandExecutorTest, EndsTheWholeTreeWhenStopped) {
-    const Shell shell{"sleep 300 & print $$ $! > pids.part; mv pids.part pids; wait", "", false, std::nullopt};
-    std::stop_source stop;
-    std::vector<ProcessIdentity> processes;
-    std::jthread user([&] {
-        EXPECT_TRUE(testing::eventually([&] { return (m_work / "pids").exists(); }));
-        std::istringstream pids(testing::readFile(m_work / "pids"));
-        for (std::int32_t pid = 0; pids >> pid;)
-            processes.push_back(m_host.identity(pid).value_or(ProcessIdentity{}));
-        stop.request_stop();
-    });
-    EXPECT_EQ(shown(m_executor.execute(planOf(shell), Consent::given, {}, stop.get_token())), "failure: Cancelled");
-    user.join();
-    ASSERT_THAT(processes, SizeIs(2));
-    for (const auto& process : processes)
-        EXPECT_TRUE(m_host.hasEnded(process));
-    EXPECT_EQ(records().at(0)["detail"], "Cancelled");
-    // A stop that came before the start counts too.
-    const Shell late{"touch late", "", false, std::nullopt};
-    EXPECT_EQ(shown(m_executor.execute(planOf(late), Consent::given, {}, stop.get_token())), "failure: Cancelled");
-    EXPECT_FALSE((m_work / "late").exists());
 }
 
 TEST_F(CommandExecutorTest, PreviewsTheRenamesOfAPlanWithoutChangingAnything) {

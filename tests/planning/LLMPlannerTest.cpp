@@ -1,17 +1,12 @@
 #include "planning/LLMPlanner.h"
 
 #include "linux/CurlHttpSession.h"
-#include "linux/SettingsFile.h"
-#include "linux/ThreadQueue.h"
 #include "planning/PlanningPrompt.h"
-#include "support/Text.h"
+#include "planning/RawPlan.h"
 #include "tests/support/ModelServer.h"
-#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <thread>
 
 namespace torvo {
 namespace {
@@ -21,7 +16,6 @@ using ::testing::IsEmpty;
 using testing::ModelServer;
 using testing::ScriptedReply;
 using ::testing::SizeIs;
-using testing::TemporaryFolder;
 using Kind = LLMPlanError::Kind;
 
 const FinderContext kContext{FileURL("/f"), {FileURL("/f/a.png"), FileURL("/f/b.mov")}};
@@ -147,46 +141,6 @@ TEST_F(LLMPlannerTest, TakesNothingButACompletionWithAPlan) {
     EXPECT_EQ(plan(), "badResponse");
 }
 
-TEST_F(LLMPlannerTest, LogsTheReplyWordForWordBeforeItIsUnderstood) {
-    const TemporaryFolder support;
-    SettingsFile settings(support / "settings.json");
-    ASSERT_TRUE(settings.set("commandLoggingEnabled", true));
-    const UUID id = UUID::random();
-    {
-        ThreadQueue queue;
-        CommandLog log(support / "log.jsonl", settings, queue);
-        auto logging = planner(m_server.url());
-        logging.log = &log;
-        m_server.reply("unlogged: no id");
-        (void)logging.plan("x", {});
-        logging.logID = id;
-        m_server.reply(" no plan\n\xF0\x9F\x93\x81 ");
-        EXPECT_EQ(shown(logging.plan("x", {})), "badResponse");
-        m_server.queue(ScriptedReply::status(500, testing::chatCompletion("unlogged: an error")));
-        (void)logging.plan("x", {});
-    }
-    const auto lines = testing::readFile(support / "log.jsonl");
-    ASSERT_THAT(splitLines(lines), SizeIs(1));
-    const auto record = Json::parse(lines);
-    EXPECT_EQ(record["event"], "response");
-    EXPECT_EQ(record["id"], id.text());
-    EXPECT_EQ(record["content"], " no plan\n\xF0\x9F\x93\x81 ");
-}
-
-TEST_F(LLMPlannerTest, GivesUpAtOnceWhenStopped) {
-    std::stop_source stop;
-    m_server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
-    std::jthread user([&] {
-        EXPECT_TRUE(m_server.waitForRequests(1));
-        stop.request_stop();
-    });
-    const auto result = planner(m_server.url()).plan("x", {}, stop.get_token());
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.error().kind, Kind::network);
-    EXPECT_TRUE(m_server.waitForHangUps(1));
-    EXPECT_THAT(m_server.requests(), SizeIs(1));
-}
-
 TEST_F(LLMPlannerTest, ListsTheModelsThatHaveANameInTheServersOrder) {
     using Code = HttpErrorCode;
     using Names = std::vector<std::string>;
@@ -220,6 +174,69 @@ TEST_F(LLMPlannerTest, ListsTheModelsThatHaveANameInTheServersOrder) {
     EXPECT_EQ(availableModels("a b", m_session).error().code, Code::badURL);
     EXPECT_EQ(availableModels("http://127.0.0.1:" + std::to_string(testing::unusedPort()), m_session).error().code,
               Code::cannotConnect);
+}
+
+TEST(RawPlan, TakesDefaultsForWhateverIsMissingOrOfAnotherType) {
+    EXPECT_EQ(decodeRawPlan("{}"), RawPlan{});
+    EXPECT_EQ(
+        decodeRawPlan(R"({"kind":1,"runnable":"no","command":[],"explanation":null,"destructive":1,"preview":" \n"})"),
+        RawPlan{});
+    EXPECT_EQ(
+        decodeRawPlan(R"({"kind":"SELECT","runnable":false,"command":" c ","explanation":" e","destructive":true,)"
+                      R"("preview":"\tp ","more":{}})"),
+        (RawPlan{"select", false, " c ", " e", true, "p"}));
+    for (const char* json : {"[]", "\"{}\"", "null", "", "{", "{} {}", "\xEF\xBB\xBF{}", "{\"kind\":\"\xFF\"}"})
+        EXPECT_FALSE(decodeRawPlan(json)) << json;
+    EXPECT_FALSE(decodeRawPlan(std::string(100'000, '[')));
+}
+
+TEST(RawPlan, IsCutOutOfFencesAndProse) {
+    const std::pair<std::string, const char*> rows[] = {
+        {R"({"a":1})", R"({"a":1})"},
+        {"\n ```json\n{\"a\":1}\n```\n", R"({"a":1})"},
+        {"```\n{\"a\":1}\n```", R"({"a":1})"},
+        {"Sure! {\"a\":{}} There you go.", R"({"a":{}})"},
+        {"<think>{}</think> {\"a\":1}", "{}</think> {\"a\":1}"},
+        {"} then {", "} then {"},
+        {"  ```json none ```  ", "none"},
+        {"```` x", "` x"},
+        {"", ""},
+        {"{", "{"},
+        {"a}{b}", "{b}"},
+    };
+    for (const auto& [text, json] : rows)
+        EXPECT_EQ(extractJSON(text), json) << text;
+}
+
+TEST(RawPlan, BecomesAnActionWhoseDangerIsJudgedHere) {
+    const std::pair<const char*, Action> rows[] = {
+        {R"({"command":" ls ","explanation":"E"})", Shell{"ls", "E", false, std::nullopt}},
+        {R"({"command":"ls"})", Shell{"ls", "Run command", false, std::nullopt}},
+        {R"({"kind":"delete","command":"ls","destructive":true})", Shell{"ls", "Run command", true, std::nullopt}},
+        {R"({"command":"rm x","destructive":false})", Shell{"rm x", "Run command", true, std::nullopt}},
+        {R"-({"command":"echo $(basename x)"})-", Shell{"echo $(basename x)", "Run command", true, std::nullopt}},
+        {R"({"command":"ls","preview":"echo a > b"})", Shell{"ls", "Run command", false, std::nullopt}},
+        {R"({"command":"ls","preview":" echo a "})", Shell{"ls", "Run command", false, "echo a"}},
+        {R"({"kind":"SELECT","command":"rm x","preview":"echo a"})", SelectByCommand{"rm x", "Select matching files"}},
+        {R"({"kind":"select ","command":"ls","runnable":false})", Shell{"ls", "Run command", false, std::nullopt}},
+    };
+    for (const auto& [content, action] : rows)
+        EXPECT_EQ(actionFromContent(content), action) << content;
+
+    const std::pair<const char*, LLMPlanError> failures[] = {
+        {R"({"command":" \n","explanation":" Not possible. "})", {Kind::unsupported, " Not possible. "}},
+        {R"({"runnable":true})", {Kind::unsupported, "The local model couldn't turn that into a command."}},
+        {"I cannot do that.", {Kind::badResponse, ""}},
+        {R"({"command":"touch shown\u0000 and hidden"})", {Kind::badResponse, ""}},
+        {R"({"command":"ls","preview":"echo\u0000"})", {Kind::badResponse, ""}},
+        {"[1]", {Kind::badResponse, ""}},
+        {"} {", {Kind::badResponse, ""}},
+    };
+    for (const auto& [content, error] : failures) {
+        const auto action = actionFromContent(content);
+        ASSERT_FALSE(action) << content;
+        EXPECT_EQ(action.error(), error) << content;
+    }
 }
 
 } // namespace

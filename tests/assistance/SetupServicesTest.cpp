@@ -1,5 +1,5 @@
+#include "assistance/EnvironmentHealthService.h"
 #include "assistance/LocalModelSetupService.h"
-
 #include "linux/CurlHttpSession.h"
 #include "linux/LinuxProcessHost.h"
 #include "linux/SettingsFile.h"
@@ -18,9 +18,122 @@
 namespace torvo {
 namespace {
 
+using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::ScriptedReply;
+using ::testing::StartsWith;
+
+class SetupServicesTest : public ::testing::Test {
+  protected:
+    void program(const std::string& path, const std::string& script) {
+        (void)folder.program(path, "#!/bin/sh\n" + script + "\n");
+    }
+
+    testing::TemporaryFolder folder;
+    LinuxProcessHost processes;
+    testing::FakeWorkspace workspace;
+    testing::ManualDispatcher dispatcher;
+};
+
+class EnvironmentHealthServiceTest : public SetupServicesTest {
+  protected:
+    EnvironmentHealthService service() {
+        return EnvironmentHealthService({dispatcher, processes, workspace, {first(), second()}});
+    }
+    [[nodiscard]] std::string first() const { return (folder / "first").path() + "/"; }
+    [[nodiscard]] std::string second() const { return (folder / "second").path() + "/"; }
+    std::string statusAfterInstalling(EnvironmentHealthService& health) {
+        health.installMissing();
+        EXPECT_TRUE(health.isInstalling());
+        EXPECT_TRUE(dispatcher.runUntil([&] { return !health.isInstalling(); }));
+        return health.status();
+    }
+
+    /// The process whose number brew wrote down.
+    ProcessIdentity leftBehind() {
+        const auto file = folder / "first/brew.pid";
+        EXPECT_TRUE(testing::eventually([&] { return testing::readFile(file).ends_with('\n'); }));
+        return processes.identity(std::stoi(testing::readFile(file))).value_or(ProcessIdentity{});
+    }
+};
+
+TEST_F(EnvironmentHealthServiceTest, FindsToolsInItsFoldersInOrder) {
+    program("second/gs", "");
+    program("first/gs", "");
+    (void)folder.file("first/qpdf", "not executable");
+    (void)folder.folder("first/exiftool");
+    program("second/exiftool", "");
+    auto health = service();
+    EXPECT_EQ(health.tools().size(), 8U);
+    EXPECT_EQ(health.tools()[4], (ToolHealth{"gs", "PDF compression", "ghostscript", first() + "gs"}));
+    EXPECT_EQ(health.tools()[5].path, std::nullopt);
+    EXPECT_EQ(health.tools()[7].path, second() + "exiftool");
+    EXPECT_THAT(health.missingPackages(), ElementsAre("ffmpeg", "imagemagick", "poppler", "qpdf"));
+    program("first/qpdf", "");
+    health.refresh();
+    EXPECT_THAT(health.missingPackages(), ElementsAre("ffmpeg", "imagemagick", "poppler"));
+}
+
+TEST_F(EnvironmentHealthServiceTest, InstallsWhatIsMissing) {
+    auto health = service();
+    health.installMissing();
+    EXPECT_EQ(health.status(), "Install Homebrew, then return here.");
+    EXPECT_EQ(workspace.opened.size(), 1U);
+
+    program("first/brew", "echo \"$*\" >&2; echo done; exit 3");
+    health.installMissing();
+    EXPECT_EQ(health.status(), "Installing exiftool, ffmpeg, ghostscript, imagemagick, poppler, qpdf…");
+    ASSERT_TRUE(dispatcher.runUntil([&] { return !health.isInstalling(); }));
+    EXPECT_EQ(health.status(), "Install failed: done");
+    program("first/brew", "echo \"$*\" >&2; exit 1");
+    EXPECT_EQ(statusAfterInstalling(health),
+              "Install failed: install exiftool ffmpeg ghostscript imagemagick poppler qpdf");
+    program("first/brew", "exit 1");
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: exit 1");
+    program("first/brew", "printf '\\377\\n'; exit 2");
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: exit 2") << "what is no text cannot be shown";
+    program("first/brew",
+            "for tool in ffmpeg magick gs qpdf pdfunite exiftool; do cp \"$0\" \"$(dirname \"$0\")/$tool\"; done");
+    EXPECT_EQ(statusAfterInstalling(health), "Optional tools installed.");
+    health.installMissing();
+    EXPECT_EQ(health.status(), "All optional tools are installed.") << "sips and zip come with the system";
+}
+
+TEST_F(EnvironmentHealthServiceTest, LooksAgainOnlyAfterARun) {
+    auto health = service();
+    (void)folder.program("first/brew", "#!/no/such/interpreter\n");
+    program("first/qpdf", "");
+    EXPECT_THAT(statusAfterInstalling(health), StartsWith("Install failed: "));
+    EXPECT_EQ(health.tools()[5].path, std::nullopt);
+    program("first/brew", "exit 1");
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: exit 1");
+    EXPECT_EQ(health.tools()[5].path, first() + "qpdf");
+}
+
+TEST_F(EnvironmentHealthServiceTest, DoesNotWaitForWhatAnInstallationLeavesRunning) {
+    program("first/brew", "sleep 600 & echo $! > \"$0.pid\"; echo no space left; exit 3");
+    auto health = service();
+    EXPECT_EQ(statusAfterInstalling(health), "Install failed: no space left");
+    const auto left = leftBehind();
+    EXPECT_FALSE(processes.hasEnded(left)) << "it is no business of ours";
+    processes.signal(left, StopSignal::kill);
+}
+
+TEST_F(EnvironmentHealthServiceTest, EndsTheInstallationWhenItGoes) {
+    program("first/brew", "trap '' TERM; sleep 600 & echo $! > \"$0.pid\"; wait; wait");
+    ProcessIdentity left;
+    auto begin = std::chrono::steady_clock::now();
+    {
+        testing::ManualDispatcher threads;
+        EnvironmentHealthService health({threads, processes, workspace, {first(), second()}});
+        health.installMissing();
+        left = leftBehind();
+        begin = std::chrono::steady_clock::now();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
+    EXPECT_TRUE(testing::eventually([&] { return processes.hasEnded(left); })) << "what it started goes too";
+}
 
 /// Sends what is meant for the default server to another one, so that no real model takes part.
 class Redirected final : public HttpSession {
@@ -38,26 +151,18 @@ class Redirected final : public HttpSession {
     CurlHttpSession m_session;
 };
 
-class LocalModelSetupServiceTest : public ::testing::Test {
+class LocalModelSetupServiceTest : public SetupServicesTest {
   protected:
     std::string statusAfterRefresh() {
         setup.refresh();
         EXPECT_TRUE(dispatcher.runUntil([&] { return !setup.isWorking(); }));
         return setup.status();
     }
-    void ollama(const std::string& script) {
-        const auto file = folder.file("ollama", "#!/bin/sh\n" + script + "\n");
-        std::filesystem::permissions(file.path(), std::filesystem::perms::owner_all);
-    }
     LLMEndpoint configured() { return LLMEndpoint::current(defaults); }
 
-    testing::TemporaryFolder folder;
     SettingsFile defaults{folder / "settings.json"};
-    LinuxProcessHost processes;
-    testing::FakeWorkspace workspace;
     testing::ModelServer server;
     Redirected session;
-    testing::ManualDispatcher dispatcher;
     LocalModelSetupService setup{
         {dispatcher, processes, workspace, defaults, session, {folder.path() + "/"}, folder / "Ollama.app"}};
 };
@@ -96,7 +201,7 @@ TEST_F(LocalModelSetupServiceTest, TellsWhatIsMissingWhenNothingAnswers) {
     (void)folder.folder("Ollama.app");
     EXPECT_EQ(statusAfterRefresh(), "Ollama is installed but not running.");
     std::filesystem::remove((folder / "Ollama.app").path());
-    ollama("");
+    program("ollama", "");
     EXPECT_EQ(statusAfterRefresh(), "Ollama is installed but not running.");
     (void)LLMEndpoint::setCurrent({LLMEndpoint().baseURL + "/", "x"}, defaults);
     EXPECT_EQ(statusAfterRefresh(), "The configured AI endpoint is not reachable.");
@@ -131,7 +236,7 @@ TEST_F(LocalModelSetupServiceTest, KeepsAServerThatIsConfiguredDuringACheck) {
 TEST_F(LocalModelSetupServiceTest, EndsWhatIsUnderWayWhenItGoes) {
     (void)LLMEndpoint::setCurrent({server.url(), ""}, defaults);
     server.queue(ScriptedReply::nothing().then(ScriptedReply::Hang{}));
-    ollama("echo started > \"$0.on\"; sleep 600");
+    program("ollama", "echo started > \"$0.on\"; sleep 600");
     auto begin = std::chrono::steady_clock::now();
     {
         testing::ManualDispatcher threads;
@@ -159,14 +264,14 @@ TEST_F(LocalModelSetupServiceTest, TakesTheStepThatTheSituationCallsFor) {
     EXPECT_EQ(install(), "Ollama is installed but not running.") << "the check that follows says how it is now";
     EXPECT_THAT(workspace.openedApplications, ElementsAre(folder / "Ollama.app"));
 
-    ollama("printf 'pulling 1%%\\rpulling 2%%\\rno space left\\n\\n' >&2; exit 1");
+    program("ollama", "printf 'pulling 1%%\\rpulling 2%%\\rno space left\\n\\n' >&2; exit 1");
     EXPECT_EQ(install(), "Model download failed: no space left");
-    ollama("exit 1");
+    program("ollama", "exit 1");
     EXPECT_EQ(install(), "Model download failed: exit 1");
     session.defaultServer = server.url();
     server.replyModels({"small", "qwen3:4b"});
     (void)LLMEndpoint::setCurrent({"http://127.0.0.1:1", "small"}, defaults);
-    ollama("test \"$*\" = 'pull qwen3:4b' || exit 9");
+    program("ollama", "test \"$*\" = 'pull qwen3:4b' || exit 9");
     setup.installOrSelectRecommendedModel();
     EXPECT_EQ(setup.status(), "Downloading qwen3:4b (about 2.5 GB)…");
     ASSERT_TRUE(dispatcher.runUntil([&] { return setup.models().size() == 2; }));
