@@ -1,16 +1,15 @@
+#include "tests/support/Program.h"
+#include "tests/support/Restricted.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -24,56 +23,16 @@ using ::testing::StartsWith;
 using testing::TemporaryFolder;
 using Texts = std::vector<std::string>;
 
-struct Answer {
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-std::string drained(int descriptor) {
-    std::string text;
-    char buffer[65536];
-    for (ssize_t count = 0; (count = ::read(descriptor, buffer, sizeof buffer)) > 0;)
-        text.append(buffer, static_cast<std::size_t>(count));
-    ::close(descriptor);
-    return text;
-}
-
-/// Runs the real program in `folder`, which is its home folder too. `user`: whom to be, when we are root.
-Answer mdfind(const FileURL& folder, const Texts& arguments, uid_t user = 0) {
-    int output[2];
-    int errors[2];
-    if (::pipe(output) != 0 || ::pipe(errors) != 0)
-        return {};
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::dup2(output[1], STDOUT_FILENO);
-        ::dup2(errors[1], STDERR_FILENO);
-        for (const int end : {output[0], output[1], errors[0], errors[1]})
-            ::close(end);
-        const std::string program = TORVO_BIN_DIR "/mdfind";
-        std::vector<char*> argv{const_cast<char*>("mdfind")};
-        for (const std::string& argument : arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        ::setenv("HOME", folder.path().c_str(), 1);
-        if (::chdir(folder.path().c_str()) == 0 && (user == 0 || ::setuid(user) == 0))
-            ::execv(program.c_str(), argv.data());
-        ::_exit(127);
-    }
-    ::close(output[1]);
-    ::close(errors[1]);
-    Answer answer{.output = drained(output[0]), .errors = drained(errors[0])};
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    answer.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return answer;
+/// Runs the real program in `folder`, which is its home folder too.
+testing::Ran mdfind(const FileURL& folder, const Texts& arguments) {
+    return testing::run(
+        arguments,
+        {.program = TORVO_BIN_DIR "/mdfind", .folder = folder.path(), .environment = {"HOME=" + folder.path()}});
 }
 
 /// What was found, relative to the folder, in the order of the output.
 Texts found(const FileURL& folder, const Texts& arguments) {
-    const Answer answer = mdfind(folder, arguments);
+    const auto answer = mdfind(folder, arguments);
     EXPECT_EQ(answer.status, 0) << answer.errors;
     EXPECT_EQ(answer.errors, "");
     Texts names;
@@ -210,7 +169,9 @@ TEST_F(MdfindTest, SkipsFoldersThatItMayNotRead) {
     m_folder.file("open/x.txt");
     std::filesystem::permissions(m_folder.path(), std::filesystem::perms::all);
     std::filesystem::permissions((m_folder / "closed").path(), std::filesystem::perms::none);
-    const Answer answer = mdfind(m_folder.url(), {"x.txt"}, ::getuid() == 0 ? 65534 : 0);
+    testing::Ran answer;
+    // Root may read everything.
+    testing::runRestricted({.asNobody = ::getuid() == 0}, [&] { answer = mdfind(m_folder.url(), {"x.txt"}); });
     std::filesystem::permissions((m_folder / "closed").path(), std::filesystem::perms::owner_all);
     EXPECT_EQ(answer.status, 0);
     EXPECT_EQ(answer.errors, "");
@@ -239,7 +200,7 @@ TEST_F(MdfindTest, SaysInOneLineWhatItCannotDo) {
         {{std::string(100'000, '(') + "kMDItemFSSize > 1"}, "nested too deeply"},
     };
     for (const auto& [arguments, line] : rows) {
-        const Answer answer = mdfind(m_folder.url(), arguments);
+        const auto answer = mdfind(m_folder.url(), arguments);
         EXPECT_GT(answer.status, 0) << line;
         EXPECT_LT(answer.status, 3) << line;
         EXPECT_THAT(answer.errors, HasSubstr(line));

@@ -53,17 +53,6 @@ TEST(SipsArguments, takeQualityAsAWordOrANumber) {
         EXPECT_EQ(job({"-s", "formatOptions", text, "a"}).quality, quality) << text;
 }
 
-TEST(SipsArguments, readEverythingAfterTwoDashesAsNames) {
-    EXPECT_EQ(job({"-Z", "5", "--", "-Z", "--out", "-"}).inputs, (std::vector<std::string>{"-Z", "--out", "-"}));
-}
-
-TEST(SipsArguments, askForThingsToPrintWithoutWriting) {
-    const Job one = job({"-g", "pixelHeight", "-g", "format", "a.png"});
-    EXPECT_EQ(one.properties, (std::vector{Property::pixelHeight, Property::format}));
-    EXPECT_FALSE(one.writes());
-    EXPECT_EQ(job({"-g", "all", "a.png"}).properties.size(), 6U);
-}
-
 TEST(SipsArguments, areRefusedWithOneLineThatNamesTheFault) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
         {{}, "no picture"},
@@ -110,12 +99,6 @@ TEST(SipsGeometry, keepsTheAspectAndNeverLosesASide) {
     };
     for (const Row& row : rows)
         EXPECT_EQ(sizeAfter(row.operation, row.from), row.to) << row.operation.index();
-}
-
-TEST(SipsGeometry, knowsWhatIsTooLargeWithoutOverflowing) {
-    EXPECT_FALSE(isTooLarge({20'000, 10'000}));
-    EXPECT_TRUE(isTooLarge({60'000, 60'000}));
-    EXPECT_TRUE(isTooLarge({std::int64_t{1} << 40, std::int64_t{1} << 40}));
 }
 
 TEST(SipsTarget, takesItsFormatFromTheOptionThenFromTheNameThenFromTheSource) {
