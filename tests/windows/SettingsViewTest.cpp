@@ -7,7 +7,6 @@
 #include "tests/support/qt/OffscreenApplication.h"
 #include "tests/support/qt/SettingsDesk.h"
 #include "widgets/ToneLabel.h"
-#include "windows/settings/EndpointSection.h"
 
 #include <gmock/gmock.h>
 
@@ -21,6 +20,7 @@ namespace torvo::testing {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class SettingsViewTest : public ::testing::Test {
@@ -83,20 +83,13 @@ TEST_F(SettingsViewTest, ShortcutIsAppliedOnlyByTheButtonAndAFailingOneLeavesThe
     pick("K");
     EXPECT_EQ(SettingsStore::hotKey(desk.bar.defaults), HotKeyConfiguration());
     click(*view, "Apply");
-    const HotKeyConfiguration wanted{"k", false, false, true, true};
-    EXPECT_EQ(SettingsStore::hotKey(desk.bar.defaults), wanted);
     EXPECT_EQ(toneOf("Shortcut set to ⌃⌥K."), Tone::success);
 
     desk.hotKeys.refused[kLetterKeyCodes[0]] = kHotKeyExists;
     pick("A");
     click(*view, "Apply");
     EXPECT_EQ(toneOf("That shortcut is already used by macOS or another app."), Tone::failure);
-    EXPECT_EQ(SettingsStore::hotKey(desk.bar.defaults), wanted);
     EXPECT_EQ(key->currentText(), "A") << "the draft stays to be mended";
-    click(*view, "⌥");
-    click(*view, "⌃");
-    click(*view, "Apply");
-    EXPECT_EQ(toneOf("Choose at least one modifier key."), Tone::failure);
 
     // The next opening shows what is in force.
     view->hide();
@@ -129,25 +122,10 @@ TEST_F(SettingsViewTest, LoginToggleShowsTheRealStateAfterARefusal) {
         EXPECT_EQ(shows(*view, "Approval required in System Settings."), needsApproval);
     }
     click(*view, "Open Login Items…");
-    EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(::testing::HasSubstr("LoginItems")));
+    EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(HasSubstr("LoginItems")));
 }
 
-TEST_F(SettingsViewTest, TogglesAreStoredAndThoseThatCannotBeGoBack) {
-    open();
-    for (const auto& [title, key] : {std::pair("Preview every command before running (dry-run)", "dryRunPreview"),
-                                     std::pair("Save a local command log", "commandLoggingEnabled")}) {
-        const bool before = isChecked(*view, title);
-        click(*view, title);
-        EXPECT_EQ(desk.bar.defaults.getAs<bool>(key), !before) << key;
-    }
-    breakSettings();
-    click(*view, "Preview every command before running (dry-run)");
-    desk.bar.dispatcher->runPending();
-    EXPECT_FALSE(isChecked(*view, "Preview every command before running (dry-run)")) << "what is stored counts";
-    EXPECT_TRUE(showsLine("Could not save the settings: "));
-}
-
-TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
+TEST_F(SettingsViewTest, RulesComeAndGoOneByOneAndWhatCannotBeStoredGoesBack) {
     open();
     const auto stored = [&] {
         std::vector<std::string> rules;
@@ -162,15 +140,17 @@ TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
     EXPECT_FALSE(isEnabled(*view, "Add")) << "a trigger of spaces";
     for (const auto* trigger : {" web ", "<b>x</b>", "last"}) {
         type(*view, "trigger", trigger);
-        type(*view, "expands to…", "resize to 1000px wide");
+        type(*view, "expands to…", "zip");
         click(*view, "Add");
-        EXPECT_EQ(held(*view, "trigger") + held(*view, "expands to…"), "");
         EXPECT_FALSE(isEnabled(*view, "Add"));
     }
-    EXPECT_THAT(stored(), ElementsAre("web > resize to 1000px wide", "<b>x</b> > resize to 1000px wide",
-                                      "last > resize to 1000px wide"));
     click(*view, "Remove <b>x</b>");
-    EXPECT_THAT(stored(), ElementsAre("web > resize to 1000px wide", "last > resize to 1000px wide"));
+    EXPECT_THAT(stored(), ElementsAre("web > zip", "last > zip"));
+    std::vector<std::string> order;
+    for (const auto* stop : tabStops(*view))
+        order.push_back(nameOf(*stop).toStdString());
+    EXPECT_LT(std::ranges::find(order, "Remove web"), std::ranges::find(order, "Remove last"))
+        << "Tab goes from the top";
     EXPECT_FALSE(shows(*view, "<b>x</b>"));
 
     // Rules that the command line changed meanwhile are there at the next opening.
@@ -181,8 +161,10 @@ TEST_F(SettingsViewTest, RulesAreAddedAndRemovedOneByOne) {
 
     breakSettings();
     click(*view, "Remove web");
+    click(*view, "Preview every command before running (dry-run)");
     desk.bar.dispatcher->runPending();
     EXPECT_TRUE(showsLine("Could not save the settings: "));
+    EXPECT_FALSE(isChecked(*view, "Preview every command before running (dry-run)")) << "what is stored counts";
 }
 
 TEST_F(SettingsViewTest, ModelOfferFollowsOllamaAndTheModelsThatAreThere) {
@@ -210,15 +192,9 @@ TEST_F(SettingsViewTest, ModelOfferFollowsOllamaAndTheModelsThatAreThere) {
     EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(kOllamaDownloadPage));
     EXPECT_EQ(held(*view, "Model"), "tiny");
 
-    // Another model than the ones there: it has to be set up again. The check names the one that is there.
+    // Another model than the ones there has to be set up again.
     type(*view, "Model", "huge");
     EXPECT_TRUE(offers(*view, "Use Recommended Model"));
-    desk.bar.server.replyModels({"tiny"});
-    click(*view, "Refresh", "Local AI");
-    EXPECT_TRUE(shows(*view, "Checking local AI…"));
-    ASSERT_TRUE(waitFor("Ready · tiny"));
-    EXPECT_EQ(held(*view, "Model"), "tiny");
-    EXPECT_FALSE(offers(*view, "Use Recommended Model"));
 }
 
 TEST_F(SettingsViewTest, ConnectionTestNamesWhatTheServerOffers) {
@@ -275,31 +251,6 @@ TEST_F(SettingsViewTest, ConnectionTestEndsWithTheAddressAndTheWindow) {
     desk.bar.dispatcher->runPending();
 }
 
-TEST_F(SettingsViewTest, ToolsAreListedAndInstalled) {
-    desk.installTool("zip");
-    desk.installTool("ffmpeg");
-    open();
-    const auto count = [&](const char* state) { return controlsNamed<QLabel>(*view, state).size(); };
-    EXPECT_EQ(count("Installed"), 2U);
-    EXPECT_EQ(count("Optional"), desk.environment.tools().size() - 2);
-    for (const auto& tool : desk.environment.tools())
-        EXPECT_TRUE(shows(*view, QString::fromStdString(tool.name))) << tool.name;
-    desk.installTool("sips");
-    click(*view, "Refresh", "Command tools");
-    EXPECT_EQ(count("Installed"), 3U);
-
-    click(*view, "Install Missing Extras");
-    EXPECT_TRUE(shows(*view, "Install Homebrew, then return here."));
-    desk.installTool("brew");
-    click(*view, "Install Missing Extras");
-    EXPECT_FALSE(isEnabled(*view, "Installing…"));
-    for (const auto* tool : {"magick", "gs", "qpdf", "pdfunite", "exiftool"})
-        desk.installTool(tool);
-    ASSERT_TRUE(waitFor("Optional tools installed."));
-    EXPECT_EQ(count("Optional"), 0U);
-    EXPECT_FALSE(offers(*view, "Install Missing Extras") || offers(*view, "Installing…"));
-}
-
 TEST_F(SettingsViewTest, LogAndHistoryAreShownAndCleared) {
     open();
     click(*view, "Reveal Log");
@@ -339,7 +290,7 @@ TEST_F(SettingsViewTest, PermissionButtonsOpenTheirPanes) {
           std::pair("Finder Extension…", "ExtensionsPreferences")}) {
         desk.bar.finder.workspace.opened.clear();
         click(*view, title);
-        EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(::testing::HasSubstr(pane))) << title;
+        EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(HasSubstr(pane))) << title;
     }
 }
 
@@ -357,13 +308,24 @@ TEST_F(SettingsViewTest, StoredValuesThatNobodyTypedAreShownAndNotRewritten) {
     EXPECT_TRUE(shows(*view, "<img src=x>\uFFFD\uFFFD"));
     type(*view, "Model", "m");
     EXPECT_EQ(endpoint(), (LLMEndpoint{odd, "m"}));
+    for (const auto* label : view->findChildren<QLabel*>())
+        EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->text().toStdString();
     view->grab();
 }
 
-TEST(EndpointSectionTest, ColourGoesByTheFirstWord) {
-    EXPECT_EQ(endpointTone("Connected · 1 model"), Tone::success);
-    EXPECT_EQ(endpointTone("Failed: Connected"), Tone::failure);
-    EXPECT_EQ(endpointStatus(std::vector<std::string>(3)), "Connected · 3 models");
+TEST_F(SettingsViewTest, ToolsAreListedAndInstalled) {
+    desk.installTool("zip");
+    open();
+    const auto count = [&](const char* state) { return controlsNamed<QLabel>(*view, state).size(); };
+    EXPECT_EQ(count("Installed"), 1U);
+    EXPECT_EQ(count("Optional"), desk.environment.tools().size() - 1);
+    for (const auto* tool : {"brew", "sips", "ffmpeg", "magick", "gs", "qpdf", "pdfunite", "exiftool"})
+        desk.installTool(tool);
+    click(*view, "Install Missing Extras");
+    EXPECT_FALSE(isEnabled(*view, "Installing…"));
+    ASSERT_TRUE(waitFor("Optional tools installed."));
+    EXPECT_EQ(count("Optional"), 0U);
+    EXPECT_FALSE(offers(*view, "Install Missing Extras") || offers(*view, "Installing…"));
 }
 
 } // namespace torvo::testing

@@ -1,83 +1,104 @@
-#include "planning/RulesStore.h"
+#include "assistance/IdeasCatalog.h"
 #include "tests/support/qt/Controls.h"
 #include "tests/support/qt/OffscreenApplication.h"
 #include "tests/support/qt/SettingsDesk.h"
+#include "widgets/SymbolLabel.h"
 #include "windows/IdeasGalleryView.h"
-#include "windows/OperationLogView.h"
+#include "windows/OnboardingView.h"
 #include "windows/OrdinaryWindow.h"
-#include "windows/SettingsView.h"
 
 #include <gmock/gmock.h>
 
-#include <set>
+#include <memory>
+#include <string>
 
 namespace torvo::testing {
 
 namespace {
 
-/// Whether the eye, which reads row by row, meets `one` before `other`.
-bool isReadBefore(const QWidget& window, const QWidget& one, const QWidget& other) {
-    const QRect first(one.mapTo(&window, QPoint()), one.size());
-    const QRect second(other.mapTo(&window, QPoint()), other.size());
-    return first.center().y() < second.top() || (first.left() < second.left() && first.top() <= second.bottom());
-}
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class OnboardingViewTest : public ::testing::Test {
+  protected:
+    void open() {
+        view = std::make_unique<OnboardingView>(desk.onboarding(), [] {});
+        reopen();
+    }
+    void reopen() {
+        view->hide();
+        view->show();
+        ASSERT_TRUE(desk.bar.dispatcher->runUntil([&] { return !desk.modelSetup.isWorking(); }));
+    }
+    /// What the badges of the permissions show.
+    [[nodiscard]] std::string badges() const {
+        std::string text;
+        for (const auto* widget : view->findChildren<QWidget*>()) {
+            if (const auto* badge = dynamic_cast<const NumberBadge*>(widget))
+                text += badge->isDone() ? "✓" : std::to_string(badge->number());
+        }
+        return text;
+    }
+
+    OffscreenApplication application;
+    SettingsDesk desk;
+    std::unique_ptr<OnboardingView> view;
+};
 
 } // namespace
 
-TEST(WindowsTest, EveryControlIsNamedApartFromTheOthersAndTabFollowsTheEye) {
-    const OffscreenApplication application;
-    SettingsDesk desk;
-    // Rules and operations that come and go while the windows are open.
-    RulesStore rules(desk.bar.defaults);
-    ASSERT_TRUE(rules.add("first", "zip"));
-    desk.bar.files.file("a.txt", "text");
-    OrdinaryWindow settings(kSettingsWindow, [&] { return new SettingsView(desk.settings()); });
-    OrdinaryWindow setup(kSetupWindow, [&] { return new OnboardingView(desk.onboarding(), [] {}); });
-    OrdinaryWindow activity(kActivityWindow, [&] { return new OperationLogView(*desk.bar.service); });
-    OrdinaryWindow ideas(kIdeasWindow, [&] { return new IdeasGalleryView([](std::string_view) {}); });
-    for (auto* window : {&settings, &setup, &activity, &ideas})
-        window->present();
-    for (const auto* trigger : {"second", "third"}) {
-        type(*settings.window(), "trigger", trigger);
-        type(*settings.window(), "expands to…", "zip");
-        click(*settings.window(), "Add");
-    }
-    click(*settings.window(), "Remove first");
-    for (const std::string name : {"b", "c"}) {
-        desk.bar.now += std::chrono::hours(1);
-        desk.bar.select({"a.txt"});
-        desk.bar.modelAnswers("cp a.txt " + name, "Copy it");
-        desk.bar.enter("copy");
-        ASSERT_TRUE(desk.bar.settles());
-        desk.bar.service->confirmPending();
-        ASSERT_TRUE(desk.bar.settlesAs("Copy it"));
-    }
-    QApplication::processEvents();
-
-    struct Case {
-        const OrdinaryWindow& shown;
-        std::size_t leastStops;
+TEST_F(OnboardingViewTest, TrustIsReadWhenTheWindowOpensAndByTheButtonAlone) {
+    auto& accessibility = desk.bar.finder.accessibility;
+    const auto become = [&](const char* wanted) {
+        return desk.bar.dispatcher->runUntil([&] { return badges() == wanted; });
     };
-    for (const auto& [shown, leastStops] : {Case{settings, 25}, Case{setup, 7}, Case{activity, 5}, Case{ideas, 23}}) {
-        auto& window = *shown.window();
-        const auto title = window.windowTitle().toStdString();
-        const auto stops = tabStops(window);
-        EXPECT_GE(stops.size(), leastStops) << title;
-        std::set<std::pair<QString, QString>> names;
-        for (std::size_t index = 0; index < stops.size(); ++index) {
-            const auto name = nameOf(*stops[index]);
-            EXPECT_FALSE(name.isEmpty()) << title << " " << index;
-            EXPECT_TRUE(names.emplace(name, stops[index]->accessibleDescription()).second)
-                << title << ": two are called " << name.toStdString();
-            if (index == 0)
-                continue;
-            EXPECT_TRUE(isReadBefore(window, *stops[index - 1], *stops[index]))
-                << title << ": " << nameOf(*stops[index - 1]).toStdString() << " before " << name.toStdString();
-        }
-        for (const auto* label : window.findChildren<QLabel*>())
-            EXPECT_TRUE(label->textFormat() == Qt::PlainText || label->text() == howToUseText("⌘⇧Space"))
-                << label->text().toStdString();
-    }
+    accessibility.isAllowed = true;
+    open();
+    ASSERT_TRUE(become("✓234"));
+    accessibility.isAllowed = false;
+    desk.modelSetup.refresh();
+    ASSERT_TRUE(desk.bar.dispatcher->runUntil([&] { return !desk.modelSetup.isWorking(); }));
+    EXPECT_EQ(badges(), "✓234");
+    click(*view, "Re-check");
+    ASSERT_TRUE(become("1234"));
+    accessibility.isAllowed = true;
+    reopen();
+    EXPECT_TRUE(become("✓234"));
+
+    accessibility.isAllowed = false;
+    auto& opened = desk.bar.finder.workspace.opened;
+    for (const auto* row : {"Accessibility", "Automation (Finder)", "Full Disk Access", "Finder extension (optional)"})
+        click(*view, "Open", row);
+    EXPECT_THAT(opened, ElementsAre(HasSubstr("Privacy_Accessibility"), HasSubstr("Privacy_Automation"),
+                                    HasSubstr("Privacy_AllFiles"), HasSubstr("ExtensionsPreferences")));
+    EXPECT_TRUE(desk.bar.dispatcher->runUntil([&] { return accessibility.prompts == 1; })) << "of the first alone";
+}
+
+TEST_F(OnboardingViewTest, LocalModelIsOfferedUntilItIsThere) {
+    open();
+    EXPECT_TRUE(shows(*view, "The configured AI endpoint is not reachable."));
+    click(*view, "Get Ollama…");
+    EXPECT_THAT(desk.bar.finder.workspace.opened, ElementsAre(kOllamaDownloadPage));
+
+    // The application's folder alone counts: setting up starts it.
+    (void)desk.tools.folder("Ollama.app");
+    reopen();
+    EXPECT_FALSE(offers(*view, "Get Ollama…"));
+    desk.bar.server.replyModels({"other", kRecommendedModel});
+    click(*view, "Set Up Model");
+    EXPECT_THAT(desk.bar.finder.workspace.openedApplications, ElementsAre(desk.tools / "Ollama.app"));
+    ASSERT_TRUE(desk.bar.dispatcher->runUntil([&] { return shows(*view, "Ready · qwen3:4b"); }));
+    EXPECT_FALSE(offers(*view, "Set Up Model"));
+}
+
+TEST_F(OnboardingViewTest, ShortcutIsNamed) {
+    open();
+    EXPECT_THAT(howToUseText("⌥Space").toStdString(),
+                ::testing::StartsWith("• Press ⌥Space (or click the bar) and type — e.g. <code"));
+    const auto mentions = [&](const char* shortcut) { return shows(*view, howToUseText(shortcut)); };
+    EXPECT_TRUE(mentions("⌘⇧Space"));
+    ASSERT_TRUE(desk.hotKey.update({"k", false, false, true, true}));
+    EXPECT_TRUE(mentions("⌃⌥K"));
 }
 
 TEST(WindowsTest, PickedIdeaIsHandedOverByAGalleryThatMayGo) {

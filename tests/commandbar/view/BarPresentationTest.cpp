@@ -1,6 +1,5 @@
 #include "commandbar/view/BarPresentation.h"
 
-#include "support/FileURLText.h"
 #include "tests/support/qt/ShownBar.h"
 
 #include <gmock/gmock.h>
@@ -8,7 +7,6 @@
 
 namespace torvo {
 
-using ::testing::ElementsAre;
 using testing::focusedState;
 using testing::pendingCommand;
 
@@ -37,17 +35,8 @@ TEST(BarPresentationTest, OneRowBelongsToEachSituation) {
     EXPECT_EQ(contextualRow(with(chips, clipboard, running)), Row::none);
 }
 
-TEST(BarPresentationTest, TheIconTellsWhatRunsOrWhatTheStatusIs) {
+TEST(BarPresentationTest, TheIconTellsHowFarARunIs) {
     auto state = focusedState();
-    for (const auto& [kind, symbol, tone] : {std::tuple(StatusKind::hint, Symbol::wandAndStars, Tone::secondary),
-                                             {StatusKind::info, Symbol::wandAndStars, Tone::secondary},
-                                             {StatusKind::confirm, Symbol::exclamationOctagonFill, Tone::warning},
-                                             {StatusKind::success, Symbol::checkmarkCircleFill, Tone::success},
-                                             {StatusKind::failure, Symbol::exclamationTriangleFill, Tone::failure}}) {
-        state.statusKind = kind;
-        EXPECT_EQ(leadingIcon(state), LeadingIconContent(SymbolIcon{symbol, tone})) << static_cast<int>(kind);
-        EXPECT_EQ(statusTone(kind), tone);
-    }
     state.progress = OperationProgress{"", 1, 4};
     EXPECT_TRUE(std::holds_alternative<SymbolIcon>(leadingIcon(state))) << "nothing runs";
     state.isRunning = true;
@@ -64,26 +53,10 @@ TEST(BarPresentationTest, TheIconTellsWhatRunsOrWhatTheStatusIs) {
 }
 
 TEST(BarPresentationTest, TheTextsOfTheRows) {
-    auto state = focusedState("", "");
-    state.contextHint = "📁 Pictures";
-    EXPECT_EQ(shownStatus(state), "📁 Pictures");
-    state.status = "Cancelled";
-    EXPECT_EQ(shownStatus(state), "Cancelled");
-
-    EXPECT_TRUE(showsCommandLine("Do it\n$ rm a"));
-    EXPECT_TRUE(showsCommandLine("costs 5$ or so"));
-    EXPECT_FALSE(showsCommandLine("$HOME"));
-
     EXPECT_EQ(confirmationTexts(false, false), (ConfirmationTexts{"Run anyway", "⏎ Run · Esc to cancel"}));
     EXPECT_EQ(confirmationTexts(true, false), (ConfirmationTexts{"Apply", "⏎ Apply · Esc cancel"}));
     EXPECT_EQ(confirmationTexts(false, true), (ConfirmationTexts{"Run anyway", "Click to apply · Esc to cancel"}));
     EXPECT_EQ(confirmationTexts(true, true), (ConfirmationTexts{"Apply", "Click to apply · Esc to cancel"}));
-
-    EXPECT_EQ(moreText(120, kMostPreviewRows), "+70 more");
-    EXPECT_EQ(moreText(50, kMostPreviewRows), "");
-    EXPECT_EQ(moreText(4, kMostPills), "+1 more");
-    EXPECT_EQ(moreText(3, kMostPills), "");
-
     for (const auto& [path, name] : {std::pair("/a/b c.txt", "b c.txt"),
                                      {"b.txt", "b.txt"},
                                      {"a/b/", "b"},
@@ -92,14 +65,6 @@ TEST(BarPresentationTest, TheTextsOfTheRows) {
                                      {"//", "/"},
                                      {"", ""}})
         EXPECT_EQ(lastPathComponent(path), name) << path;
-}
-
-TEST(BarPresentationTest, OfADropTheFilesAreKeptInOrderByteForByte) {
-    EXPECT_THAT(filesInUriList("file:///b%20c.txt\r\nhttps://example.org/x.png\r\nfile://localhost/a\r\n"),
-                ElementsAre(FileURL("/b c.txt"), FileURL("/a")));
-    EXPECT_THAT(filesInUriList("# dragged\nfile:///odd%FF%0A.txt"), ElementsAre(FileURL("/odd\xFF\n.txt")));
-    EXPECT_THAT(filesInUriList("https://example.org/"), ElementsAre());
-    EXPECT_THAT(filesInUriList(""), ElementsAre());
 }
 
 TEST(BarPresentationTest, TheCommandBeginsWhereNothingElseCanPretendToBeIt) {

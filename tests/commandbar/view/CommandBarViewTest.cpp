@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QAccessible>
 #include <QDragEnterEvent>
 #include <QListView>
 #include <QMimeData>
@@ -153,13 +152,6 @@ TEST_F(CommandBarViewTest, ChipsComeAndGoWithTheSituation) {
     state.text = "z";
     shown.present(state);
     EXPECT_THAT(shown.buttons(), IsEmpty());
-    state.canAskAIToFix = true;
-    shown.present(state);
-    EXPECT_THAT(shown.buttons(), ElementsAre("Ask AI to fix"));
-    state.pending = pendingCommand(0);
-    state.resultOutputs = {FileURL("/a")};
-    shown.present(state);
-    EXPECT_THAT(shown.buttons(), ElementsAre("Run anyway", "Cancel"));
 }
 
 TEST_F(CommandBarViewTest, NothingIsCutOffOrOverlapsHoweverLongTheTextsAre) {
@@ -260,47 +252,57 @@ TEST_F(CommandBarViewTest, FilesDroppedOnTheBarReachTheController) {
     EXPECT_THAT(shown.bar.finder.selection(), ElementsAre(first, second));
 }
 
-TEST_F(CommandBarViewTest, EveryControlHasANameARoleAndAPlaceInTheOrderOfTheKeyboard) {
-    auto state = focusedState("x", "Say it\n$ echo");
-    state.pending = pendingCommand(3);
-    shown.present(state);
-    shown.field().setFocus();
-    const auto focused = [&] {
-        auto* interface = QAccessible::queryAccessibleInterface(QApplication::focusWidget());
-        return std::pair(interface->role(), interface->text(QAccessible::Name).toStdString());
-    };
-    std::vector<std::pair<QAccessible::Role, std::string>> order{focused()};
-    for (int i = 0; i < 3; ++i) {
-        shown.press(Qt::Key_Tab);
-        order.push_back(focused());
-    }
-    EXPECT_THAT(order,
-                ElementsAre(std::pair(QAccessible::EditableText, "Command"), std::pair(QAccessible::List, "Preview"),
-                            std::pair(QAccessible::Button, "Apply"), std::pair(QAccessible::Button, "Cancel")));
-    const auto* status = QAccessible::queryAccessibleInterface(&shown.status());
-    EXPECT_EQ(status->role(), QAccessible::StatusBar);
-    EXPECT_EQ(status->text(QAccessible::Name), "Say it\n$ echo");
+TEST_F(CommandBarViewTest, AClickOnTheDockedBarOpensItAndChipsAndResultsAct) {
+    auto& bar = shown.bar;
+    const auto file = bar.files.file("a.txt");
+    (void)bar.files.file("b.txt");
+    bar.select({"a.txt", "b.txt"});
+    bar.service->syncAttachment();
+    shown.follow();
+    EXPECT_FALSE(shown.field().isVisible());
+    EXPECT_EQ(bar.window.frame().width, 300);
+    const auto top = bar.window.frame().top();
+    ASSERT_EQ(shown.seen<QAbstractButton>().size(), 1U);
+    shown.seen<QAbstractButton>()[0]->click();
+    shown.follow();
+    EXPECT_TRUE(bar.window.isKey());
+    EXPECT_EQ(bar.window.frame().width, 800);
+    EXPECT_EQ(bar.window.frame().top(), top);
+    EXPECT_TRUE(shown.field().hasFocus());
+    ASSERT_TRUE(shown.click("Zip"));
+    ASSERT_TRUE(bar.settlesAs("Zipped 2 items")) << bar.state().status;
+    shown.follow();
+    const auto outputs = bar.state().resultOutputs;
+    ASSERT_TRUE(shown.click("Reveal"));
+    EXPECT_THAT(bar.finder.workspace.revealed, ElementsAre(outputs));
 
-    state.pending.reset();
-    state.text.clear();
-    state.chips = {{"R&D", "rd"}};
-    state.clipboardAvailable = true;
-    shown.present(state);
-    EXPECT_TRUE(shown.field().hasFocus()) << "the button that had the keyboard is gone";
-    shown.press(Qt::Key_Tab);
-    EXPECT_EQ(focused(), std::pair(QAccessible::Button, std::string("Use clipboard")));
-    shown.press(Qt::Key_Tab);
-    EXPECT_EQ(focused(), std::pair(QAccessible::Button, std::string("R&D")));
-    for (auto* widget : shown.view.findChildren<QWidget*>()) {
-        if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisible()) {
-            EXPECT_FALSE(QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty());
-        }
+    bar.service->cancel();
+    bar.pasteboard.files = {file};
+    bar.window.resignKey();
+    bar.summon();
+    shown.follow();
+    ASSERT_TRUE(shown.click("Use clipboard"));
+    EXPECT_THAT(bar.finder.selection(), ElementsAre(file));
+    EXPECT_THAT(shown.status().toPlainText().toStdString(), ::testing::EndsWith("1 dropped"));
+}
+
+TEST_F(CommandBarViewTest, AKeyThatIsHeldDownConfirmsNothing) {
+    (void)shown.bar.files.file("a.txt");
+    shown.bar.select({"a.txt"});
+    shown.bar.modelAnswers("ls", "List");
+    shown.bar.summon();
+    shown.follow();
+    shown.type("list them");
+    shown.press(Qt::Key_Return);
+    ASSERT_TRUE(shown.bar.settles() && shown.bar.state().awaitingConfirm()) << shown.bar.state().status;
+    shown.follow();
+    for (const auto key : {Qt::Key_Return, Qt::Key_Escape}) {
+        QKeyEvent repeated(QEvent::KeyPress, key, Qt::NoModifier, {}, true);
+        QApplication::sendEvent(&shown.field(), &repeated);
+        EXPECT_TRUE(shown.bar.state().awaitingConfirm());
     }
-    state.isKeyWindow = false;
-    shown.present(state);
-    const auto* compact = QAccessible::queryAccessibleInterface(shown.seen<QAbstractButton>().at(0));
-    EXPECT_EQ(compact->role(), QAccessible::Button);
-    EXPECT_EQ(compact->text(QAccessible::Name), "Open the command bar, Say it $ echo");
+    shown.press(Qt::Key_Enter, {}, Qt::KeypadModifier);
+    EXPECT_TRUE(shown.bar.settlesAs("List")) << shown.bar.state().status;
 }
 
 TEST_F(CommandBarViewTest, AChipSubmitsWhatWasPressedOrNothing) {
@@ -333,28 +335,16 @@ TEST_F(CommandBarViewTest, AChipSubmitsWhatWasPressedOrNothing) {
     EXPECT_EQ(submitted, std::vector<std::string>{"move them away"});
 }
 
-TEST_F(CommandBarViewTest, WithoutACompositorTheWindowIsCutToTheShapeOfTheBar) {
-    shown.present(focusedState("zip", "one line"));
-    EXPECT_TRUE(shown.view.mask().isEmpty());
-    shown.view.setBackdrop(Backdrop::opaque);
-    const auto inner = shown.view.rect().adjusted(kBarMargin, kBarMargin, -kBarMargin, -kBarMargin);
-    EXPECT_EQ(shown.view.mask().boundingRect(), inner);
-    EXPECT_FALSE(shown.view.mask().contains(inner.topLeft() + QPoint(2, 2)));
-    EXPECT_TRUE(shown.view.mask().contains(inner.topLeft() + QPoint(6, 6)));
-    shown.present(focusedState("zip", "one\ntwo\nthree"));
-    EXPECT_EQ(shown.view.mask().boundingRect().bottom(), shown.view.rect().bottom() - kBarMargin);
-    shown.view.setBackdrop(Backdrop::translucent);
-    EXPECT_TRUE(shown.view.mask().isEmpty());
-}
-
 TEST_F(CommandBarViewTest, WhateverLiesBelowTheBarItsTextsCanBeRead) {
     const auto blend = [](const QColor& over, const QColor& under) {
         const double share = over.alphaF();
         const auto mix = [&](int a, int b) { return static_cast<int>(std::lround(share * a + (1 - share) * b)); };
         return QColor(mix(over.red(), under.red()), mix(over.green(), under.green()), mix(over.blue(), under.blue()));
     };
-    for (const bool dark : {false, true}) {
-        const QPalette colors(dark ? QColor(0x32, 0x32, 0x32) : QColor(0xEF, 0xEF, 0xEF));
+    for (const QColor background : {0xEFEFEFU, 0xFFFFFFU, 0x323232U, 0x1E1E20U}) {
+        const QPalette colors(background);
+        const bool dark = background.lightness() < 128;
+        EXPECT_EQ(isDark(colors), dark);
         for (const auto desktop : {Qt::black, Qt::white}) {
             const auto bar = blend(barFill(colors, Backdrop::translucent), desktop);
             // The faintest and the strongest ground of a label.
@@ -365,8 +355,11 @@ TEST_F(CommandBarViewTest, WhateverLiesBelowTheBarItsTextsCanBeRead) {
                     << static_cast<int>(tone) << (dark ? " dark" : " light");
             };
             for (const auto tone :
-                 {Tone::primary, Tone::secondary, Tone::tertiary, Tone::success, Tone::warning, Tone::failure})
+                 {Tone::primary, Tone::secondary, Tone::tertiary, Tone::success, Tone::warning, Tone::failure}) {
                 readable(tone, bar);
+                readable(tone, background);
+            }
+            readable(Tone::accent, background);
             readable(Tone::primary, chip);
             readable(Tone::primary, pill);
         }

@@ -1,21 +1,34 @@
+#include "tests/support/qt/Contrast.h"
 #include "tests/support/qt/OffscreenApplication.h"
+#include "tests/support/qt/Pictures.h"
+#include "widgets/AdaptiveGrid.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/ProgressRing.h"
 #include "widgets/ScrollingRow.h"
+#include "widgets/SectionBox.h"
 #include "widgets/ShownText.h"
 #include "widgets/SmallButton.h"
 #include "widgets/Symbol.h"
+#include "widgets/ToneLabel.h"
+#include "widgets/WindowStyle.h"
 
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QCheckBox>
 #include <QImage>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QScrollBar>
+#include <QTest>
 #include <QWheelEvent>
+#include <algorithm>
 #include <set>
 
 namespace torvo {
+
+using testing::OffscreenApplication;
 
 class SmallWidgetsTest : public ::testing::Test {
   protected:
@@ -69,7 +82,8 @@ TEST_F(SmallWidgetsTest, ALabelThatIsCutKeepsItsWholeNameForAssistiveTechnology)
 TEST_F(SmallWidgetsTest, TextsAreShownHarmlessly) {
     EXPECT_EQ(shownLine("a\tb\nc\x1b[0m\xFF\u202Eх"), "a\uFFFDb\uFFFDc\uFFFD[0m\uFFFD\uFFFDх");
     EXPECT_EQ(shownLines("one\n\ttwo\r\n"), "one\n    two\uFFFD\n");
-    EXPECT_EQ(shownLines(""), "");
+    EXPECT_EQ(shownParagraph("a\nb\x1B\xFF"), QString::fromUtf8("a\uFFFDb\uFFFD\uFFFD"));
+    EXPECT_EQ(shownParagraph(std::string(9000, 'x')).size(), 501);
     EXPECT_FALSE(plainToolTip("<img src=x>").contains("<img"));
 }
 
@@ -137,6 +151,126 @@ TEST_F(SmallWidgetsTest, AButtonIsPressedByReturnAndSpaceOnceEach) {
     EXPECT_EQ(presses, 3);
     EXPECT_EQ(QAccessible::queryAccessibleInterface(&button)->text(QAccessible::Name), "A & B");
     EXPECT_TRUE(button.shortcut().isEmpty());
+}
+
+TEST(LayoutTest, GridHasAsManyColumnsAsFit) {
+    struct Case {
+        int width;
+        int minimum;
+        int count;
+    };
+    for (const auto& [width, minimum, count] :
+         {Case{508, 150, 3}, Case{466, 150, 3}, Case{465, 150, 2}, Case{150, 150, 1}, Case{20, 150, 1}, Case{0, 0, 1}})
+        EXPECT_EQ(columnsThatFit(width, {minimum, 8}), count) << width;
+
+    const OffscreenApplication application;
+    QWidget box;
+    auto* grid = new AdaptiveGrid({});
+    grid->setContentsMargins({});
+    box.setLayout(grid);
+    std::vector<QPushButton*> cells;
+    for (int index = 0; index < 4; ++index)
+        grid->addWidget(cells.emplace_back(new QPushButton("x")));
+    box.resize(508, 200);
+    box.show();
+    EXPECT_EQ(cells[2]->geometry().right(), 507);
+    EXPECT_EQ(cells[1]->width(), 164);
+    EXPECT_EQ(cells[3]->y(), cells[0]->height() + 8);
+    EXPECT_EQ(grid->heightForWidth(508), 2 * cells[0]->height() + 8);
+    box.setLayoutDirection(Qt::RightToLeft);
+    EXPECT_EQ(grid->heightForWidth(100), 4 * cells[0]->height() + 24);
+    delete grid->takeAt(0);
+    EXPECT_EQ(grid->count(), 3);
+}
+
+TEST(LayoutTest, TextWrapsInsideWordsAndIsTruncatedWhereLinesAreLimited) {
+    const OffscreenApplication application;
+    const QString word(400, 'w');
+    ToneLabel label(word);
+    EXPECT_LT(label.minimumSizeHint().width(), 60);
+    const int line = ToneLabel("w").heightForWidth(200);
+    EXPECT_GT(label.heightForWidth(200), 10 * line);
+    EXPECT_GT(label.heightForWidth(100), label.heightForWidth(200));
+    label.setMaximumLines(2);
+    EXPECT_NEAR(label.heightForWidth(200), 2 * line, 1);
+    EXPECT_NEAR(ToneLabel("a\nb").heightForWidth(200), 2 * line, 1);
+}
+
+TEST(LayoutTest, ScrollBarTakesNothingFromTheItems) {
+    const OffscreenApplication application;
+    ScrollColumn scroller(4, {10, 10, 20, 10});
+    auto* item = new QWidget;
+    scroller.column().addWidget(item);
+    scroller.resize(300, 200);
+    scroller.show();
+    const int width = item->width();
+    EXPECT_EQ(width, 270);
+    item->setFixedHeight(1000);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(scroller.verticalScrollBar()->isVisible());
+    EXPECT_EQ(item->width(), width);
+    // By no more than what makes it go.
+    scroller.resize(300, 200 + scroller.verticalScrollBar()->maximum());
+    QCoreApplication::processEvents();
+    ASSERT_FALSE(scroller.verticalScrollBar()->isVisible());
+    EXPECT_EQ(item->width(), width) << "when the scroll bar went";
+}
+
+class WindowStyleTest : public ::testing::Test {
+  protected:
+    testing::OffscreenApplication application;
+};
+
+/// How far the colour that stands out most in a column of pixels does so.
+double strongest(const QImage& image, int column, const QColor& background) {
+    double most = 1;
+    for (int y = 0; y < image.height(); ++y)
+        most = std::max(most, testing::contrast(image.pixelColor(column, y), background));
+    return most;
+}
+
+TEST_F(WindowStyleTest, ShowsWhereToTypeAndWhatToCheck) {
+    for (const auto colors : {testing::Colors::light, testing::Colors::dark}) {
+        QApplication::setPalette(testing::paletteFor(colors));
+        const auto background = QApplication::palette().color(QPalette::Window);
+        QCheckBox box;
+        QLineEdit field;
+        for (QWidget* widget : {static_cast<QWidget*>(&box), static_cast<QWidget*>(&field)}) {
+            widget->resize(widget->sizeHint());
+            EXPECT_GE(strongest(testing::drawn(*widget, 1, background), 0, background), 3)
+                << widget->metaObject()->className();
+        }
+        box.setChecked(true);
+        EXPECT_GE(strongest(testing::drawn(box, 1, background), 3, background), 3) << "filled when it is checked";
+    }
+}
+
+TEST_F(WindowStyleTest, AScrollBarIsItsHandleAndPagesBesideIt) {
+    QScrollBar bar(Qt::Vertical);
+    bar.setRange(0, 900);
+    bar.setPageStep(100);
+    bar.resize(bar.sizeHint().width(), 200);
+    bar.show();
+    EXPECT_LE(bar.width(), 8);
+    const QPoint top(bar.width() / 2, 4);
+    const QPoint bottom(bar.width() / 2, bar.height() - 4);
+    QTest::mouseClick(&bar, Qt::LeftButton, {}, bottom);
+    EXPECT_EQ(bar.value(), 100);
+    QTest::mouseClick(&bar, Qt::LeftButton, {}, top);
+    EXPECT_EQ(bar.value(), 0);
+    // The handle goes with the mouse, to the very end.
+    QTest::mousePress(&bar, Qt::LeftButton, {}, top);
+    QTest::mouseMove(&bar, {top.x(), bar.height()});
+    QTest::mouseRelease(&bar, Qt::LeftButton, {}, {top.x(), bar.height()});
+    EXPECT_EQ(bar.value(), 900);
+    // A short handle can still be grabbed, and nothing to scroll is no harm.
+    bar.setRange(0, 1'000'000);
+    bar.setValue(1'000'000);
+    QTest::mousePress(&bar, Qt::LeftButton, {}, bottom - QPoint(0, 12));
+    EXPECT_TRUE(bar.isSliderDown());
+    QTest::mouseRelease(&bar, Qt::LeftButton, {}, bottom - QPoint(0, 12));
+    bar.setRange(0, 0);
+    (void)testing::drawn(bar, 1, Qt::white);
 }
 
 } // namespace torvo
