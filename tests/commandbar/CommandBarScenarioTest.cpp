@@ -127,47 +127,6 @@ TEST_F(CommandBarScenario, RenameWithPreviewApplyUndoRerun) {
                             "rerun: Put new- before the names", "preview-failed: b.txt no longer exists."));
 }
 
-TEST_F(CommandBarScenario, ModelFailsAskAIToFixTwice) {
-    (void)bar.files.file("a.txt");
-    bar.select({"a.txt"});
-    bar.modelAnswers("ls missing");
-    bar.enter("  shrink it ");
-    ASSERT_TRUE(bar.settles());
-    EXPECT_EQ(bar.state().statusKind, StatusKind::confirm) << bar.state().status;
-    bar.service->submit();
-    ASSERT_TRUE(bar.settles());
-    const auto first = bar.state().status;
-    EXPECT_THAT(first, StartsWith("Command failed: ls: "));
-    EXPECT_EQ(bar.state().statusKind, StatusKind::failure);
-    EXPECT_TRUE(bar.state().canAskAIToFix);
-
-    bar.server.queue(testing::ScriptedReply::status(500, "no"));
-    bar.service->askAIToFix();
-    EXPECT_FALSE(bar.state().canAskAIToFix);
-    ASSERT_TRUE(bar.settles());
-    EXPECT_THAT(bar.state().status, StartsWith("Couldn't reach the local LLM (" + bar.server.url() + ") — "));
-    const auto second = bar.state().status;
-    EXPECT_TRUE(bar.state().canAskAIToFix);
-
-    bar.modelAnswers("touch fixed", "Fix it");
-    bar.service->askAIToFix();
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
-    ASSERT_TRUE(bar.settlesAs("Fix it"));
-    EXPECT_THAT(bar.names(), ElementsAre("a.txt", "fixed"));
-
-    const auto requests = bar.server.requests();
-    ASSERT_EQ(requests.size(), 3U);
-    const auto asked = [&](std::size_t i) {
-        return Json::parse(requests[i].body).at("messages").back().at("content").get<std::string>();
-    };
-    EXPECT_THAT(asked(1), HasSubstr("shrink it\n\nThe previous attempt failed with this error: " + first +
-                                    "\nProvide a corrected command."));
-    EXPECT_THAT(asked(2), HasSubstr("shrink it\n\nThe previous attempt failed with this error: " + second +
-                                    "\nProvide a corrected command."));
-    EXPECT_THAT(bar.logged()[0], "llm: shrink it");
-}
-
 TEST_F(CommandBarScenario, DestructiveCommandReturnDoesNothingConfirmRunsIt) {
     (void)bar.files.file("a.txt");
     (void)bar.files.file("keep.txt");
@@ -231,10 +190,7 @@ TEST_F(CommandBarScenario, EscInEveryState) {
     const auto child = std::stoi(readFile(bar / "pid"));
     EXPECT_TRUE(testing::eventually([&] { return ::kill(child, 0) != 0; }));
     // The next run has the runner to itself.
-    bar.modelAnswers("touch next", "Next");
-    bar.enter("next");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("next", "touch next", "Next"));
     ASSERT_TRUE(bar.settlesAs("Next"));
     EXPECT_THAT(bar.names(), ElementsAre("a.txt", "next", "pid"));
 
@@ -324,10 +280,7 @@ TEST_F(CommandBarScenario, AsksForEverythingWhereNothingCanBeConfined) {
 
 TEST_F(CommandBarScenario, UndoStopsAtTheFirstFailureAndCanBeTriedAgain) {
     bar.select({});
-    bar.modelAnswers("mkdir new; touch new/inside one two", "Make three");
-    bar.enter("make three");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("make three", "mkdir new; touch new/inside one two", "Make three"));
     ASSERT_TRUE(bar.settlesAs("Make three"));
     EXPECT_THAT(bar.names(), ElementsAre("new", "one", "two"));
     const auto operation = bar.state().operations.at(0);
@@ -346,10 +299,7 @@ TEST_F(CommandBarScenario, UndoStopsAtTheFirstFailureAndCanBeTriedAgain) {
 
 TEST_F(CommandBarScenario, UndoTakesWhatIsThereByNow) {
     bar.select({});
-    bar.modelAnswers("touch one two three", "Make three");
-    bar.enter("make three");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("make three", "touch one two three", "Make three"));
     ASSERT_TRUE(bar.settlesAs("Make three"));
     ASSERT_EQ(::unlink((bar / "one").path().c_str()), 0);
     ASSERT_EQ(::unlink((bar / "two").path().c_str()), 0);
@@ -363,10 +313,7 @@ TEST_F(CommandBarScenario, UndoTakesWhatIsThereByNow) {
 TEST_F(CommandBarScenario, TheBarMayQuitWhateverIsUnderWay) {
     (void)bar.files.file("a.txt");
     bar.select({"a.txt"});
-    bar.modelAnswers("ps -o ppid= -p $$; touch started; sleep 600", "Wait");
-    bar.enter("wait");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("wait", "ps -o ppid= -p $$; touch started; sleep 600", "Wait"));
     ASSERT_TRUE(testing::eventually([&] { return (bar / "started").exists(); }));
     bar.restart();
     EXPECT_FALSE(bar.state().isRunning);

@@ -50,10 +50,7 @@ TEST_F(CommandBarUndo, OfRenamesStopsWhereAFileCannotGoBack) {
 
 TEST_F(CommandBarUndo, AndItsClockLeaveARunAlone) {
     zip();
-    bar.modelAnswers("touch on; until [ -e go ]; do sleep 0.01; done", "Wait");
-    bar.enter("wait");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("wait", "touch on; until [ -e go ]; do sleep 0.01; done", "Wait"));
     ASSERT_TRUE(bar.dispatcher->runUntil(
         [&] { return (bar / "on").exists() && bar.state().status == "Running command…   Esc to cancel"; }));
     const auto id = bar.state().operations.at(0).id;
@@ -92,10 +89,7 @@ TEST_F(CommandBarUndo, ItsClockDoesNotTakeAQuestionAway) {
 
 TEST_F(CommandBarUndo, ItsClockDoesNotTakeAFailureAway) {
     zip();
-    bar.modelAnswers("touch on; until [ -e go ]; do sleep 0.01; done; ls missing", "List");
-    bar.enter("list");
-    ASSERT_TRUE(bar.settles());
-    bar.service->confirmPending();
+    ASSERT_TRUE(bar.begin("list", "touch on; until [ -e go ]; do sleep 0.01; done; ls missing", "List"));
     ASSERT_TRUE(bar.dispatcher->runUntil([&] { return (bar / "on").exists(); }));
     bar.undoLast();
     (void)bar.files.file("go");
