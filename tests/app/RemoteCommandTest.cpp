@@ -1,5 +1,6 @@
 // The real program and the bar's end of the remote control, on a real bus.
 #include "linux/RemoteControl.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ManualDispatcher.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/Program.h"
@@ -10,6 +11,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <string_view>
 
 namespace torvo {
@@ -17,7 +19,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using Arguments = std::vector<std::string>;
+using Kind = RemoteBar::Failure::Kind;
 
 class RemoteCommandTest : public ::testing::Test {
   protected:
@@ -44,7 +48,10 @@ class RemoteCommandTest : public ::testing::Test {
                                              done.push_back(file.path());
                                      },
                                  .prefill = [this](const std::string& text) { done.push_back(text); },
-                                 .openURLs = [](const auto&) {},
+                                 .openURLs =
+                                     [this](const std::vector<std::string>& addresses) {
+                                         done.insert(done.end(), addresses.begin(), addresses.end());
+                                     },
                                  .isShown = [this] { return isShown; }};
 };
 
@@ -135,6 +142,65 @@ TEST_F(RemoteCommandTest, SaysSoWhereTheBarIsNotInstalled) {
     const auto ran = run({"toggle"}, {.program = alone.path()});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, HasSubstr((work / "torvo-bar").path()));
+}
+
+/// What the program's own end cannot be asked for.
+TEST_F(RemoteCommandTest, HandsOverAddressesAndThousandsOfFiles) {
+    EXPECT_EQ(RemoteBar::toggle().error().kind, Kind::notRunning);
+    EXPECT_FALSE(RemoteBar::waitUntilRunning(std::chrono::milliseconds(1)));
+    const auto control = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(control.has_value());
+    EXPECT_TRUE(RemoteBar::waitUntilRunning(std::chrono::seconds(10)));
+    EXPECT_TRUE(dispatcher.answering([] { return RemoteBar::openURLs({"torvo:?files=/a", "torvo:?files=/\xFF ü"}); }));
+    EXPECT_THAT(done, ElementsAre("torvo:?files=/a", "torvo:?files=/%FF %C3%BC"));
+    done.clear();
+    const std::vector<FileURL> many(10000, FileURL("/some/folder/with/a/name.png"));
+    EXPECT_TRUE(dispatcher.answering([&] { return RemoteBar::drop(many); })) << "they are one call";
+    EXPECT_EQ(done.size(), many.size());
+}
+
+TEST_F(RemoteCommandTest, RefusesWhatIsNoAbsolutePath) {
+    const auto control = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(control.has_value());
+    const auto connection = DBusConnection::session();
+    ASSERT_TRUE(connection.has_value());
+    const auto call = [&](const char* arguments) {
+        return dispatcher.answering([&] {
+            return (*connection)
+                ->call({"org.torvo.Torvo", "/org/torvo/Torvo", "org.torvo.Torvo", "Drop"},
+                       g_variant_new_parsed(arguments), "(b)", std::chrono::seconds(10));
+        });
+    };
+    for (const char* arguments : {"([b'/a', b'b'],)", "([b''],)", "([@ay []],)", "([[byte 0x2f, 0x00, 0x61]],)"})
+        EXPECT_THAT(call(arguments).error(), HasSubstr("absolute")) << arguments;
+    EXPECT_FALSE(call("('/a',)").has_value()) << "a text is no list of paths";
+    EXPECT_TRUE(call("([[byte 0x2f, 0x61]],)").has_value()) << "a NUL byte at the end is not needed";
+    EXPECT_THAT(done, ElementsAre("/a"));
+}
+
+TEST_F(RemoteCommandTest, IsOnlyOneAtATimeAndSilentOnceItIsGone) {
+    auto first = RemoteControl::start(dispatcher, actions);
+    ASSERT_TRUE(first.has_value());
+    const auto second = RemoteControl::start(dispatcher, actions);
+    ASSERT_FALSE(second.has_value());
+    EXPECT_TRUE(second.error().isNameTaken);
+    EXPECT_TRUE(dispatcher.answering([] { return RemoteBar::toggle(); })) << "the first one still answers";
+    done.clear();
+    // An order that comes while it goes is not carried out, and that is told.
+    auto late = std::async(std::launch::async, [] { return RemoteBar::toggle(); });
+    EXPECT_TRUE(testing::eventually([&] { return dispatcher.isPending(); }));
+    first->reset();
+    dispatcher.runPending();
+    EXPECT_EQ(late.get().error().kind, Kind::unreachable);
+    EXPECT_THAT(done, IsEmpty());
+    EXPECT_EQ(RemoteBar::toggle().error().kind, Kind::notRunning);
+    EXPECT_TRUE(RemoteControl::start(dispatcher, actions).has_value()) << "the name is free again";
+
+    const testing::ScopedVariable nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const auto without = RemoteControl::start(dispatcher, actions);
+    ASSERT_FALSE(without.has_value());
+    EXPECT_FALSE(without.error().isNameTaken);
+    EXPECT_EQ(RemoteBar::toggle().error().kind, Kind::unreachable);
 }
 
 /// What the element <command> of Thunar's file says.
