@@ -15,6 +15,7 @@ struct Ran {
 };
 
 struct RunSettings {
+    /// The image tool where nothing is said.
     std::string program = TORVO_BIN_DIR "/sips";
     std::string folder = "/";
     /// The largest file that the program may write, as if the disk were full then.

@@ -7,10 +7,6 @@
 
 namespace torvo::testing {
 
-Ran runSips(const std::vector<std::string>& arguments) {
-    return run(arguments);
-}
-
 void draw(const std::vector<std::string>& arguments) {
     const Ran ran = run(arguments, {.program = "/usr/bin/convert"});
     EXPECT_EQ(ran.status, 0) << ran.errors;

@@ -8,9 +8,6 @@
 
 namespace torvo::testing {
 
-/// Runs sips to its end.
-[[nodiscard]] Ran runSips(const std::vector<std::string>& arguments);
-
 /// Makes a picture with ImageMagick's convert. Fails the test when that fails.
 void draw(const std::vector<std::string>& arguments);
 

@@ -1,6 +1,5 @@
 #include "sips/Arguments.h"
 #include "sips/Converter.h"
-#include "sips/Geometry.h"
 #include "sips/Printable.h"
 
 #include <gtest/gtest.h>
@@ -79,26 +78,6 @@ TEST(SipsArguments, areRefusedWithOneLineThatNamesTheFault) {
         EXPECT_NE(request.error().find(fault), std::string::npos) << request.error();
         EXPECT_EQ(request.error().find('\n'), std::string::npos);
     }
-}
-
-TEST(SipsGeometry, keepsTheAspectAndNeverLosesASide) {
-    struct Row {
-        Operation operation;
-        Size from;
-        Size to;
-    };
-    const std::vector<Row> rows{
-        {FitLongestSide{1000}, {4000, 3000}, {1000, 750}},
-        {FitLongestSide{1000}, {3000, 4000}, {750, 1000}},
-        {FitLongestSide{100}, {10, 5}, {100, 50}},
-        {FitLongestSide{10}, {10'000, 3}, {10, 1}},
-        {ResizeToWidth{10}, {3, 2}, {10, 7}},
-        {ResizeToHeight{10}, {3, 2}, {15, 10}},
-        {ResizeExactly{5, 6}, {100, 100}, {6, 5}},
-        {CropCentre{50, 200}, {100, 100}, {100, 50}},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(sizeAfter(row.operation, row.from), row.to) << row.operation.index();
 }
 
 TEST(SipsTarget, takesItsFormatFromTheOptionThenFromTheNameThenFromTheSource) {

@@ -68,7 +68,7 @@ TEST(SipsBadInput, isRefusedWithOneLineAndLeavesNothingBehind) {
     const std::string whole = drawPlasma(folder, "whole.png");
     for (const std::string format : {"png", "jpeg", "tiff", "gif", "bmp", "heic", "webp"}) {
         const std::string path = (folder / ("whole." + format)).path();
-        ASSERT_EQ(runSips({"-s", "format", format, whole, "--out", path}).errors, "");
+        ASSERT_EQ(run({"-s", "format", format, whole, "--out", path}).errors, "");
         const std::string content = readFile(FileURL(path));
         const std::string half = content.substr(0, content.size() / 2);
         rows.emplace_back(folder.file("half." + format, half).path(), "");
@@ -76,7 +76,7 @@ TEST(SipsBadInput, isRefusedWithOneLineAndLeavesNothingBehind) {
     const TemporaryFolder target;
     for (const auto& [path, reason] : rows) {
         for (const std::string format : {"jpeg", "tiff"}) {
-            const Ran ran = runSips({"-s", "format", format, path, "--out", (target / "out").path()});
+            const Ran ran = run({"-s", "format", format, path, "--out", (target / "out").path()});
             EXPECT_EQ(ran.status, 1) << path << " to " << format;
             EXPECT_THAT(ran.errors, StartsWith("sips: " + path + ": "));
             EXPECT_THAT(ran.errors, HasSubstr(reason));
@@ -120,21 +120,20 @@ TEST(SipsBadInput, thatLacksOnlyItsLastRowsIsRefusedEachTime) {
     const std::string content = readFile(FileURL(jpeg));
     const std::string profile = std::string("ICC_PROFILE\0\1\1", 14) + std::string(300, 'x');
     const std::string odd = content.substr(0, 2) + "\xFF\xE2\x01\x3C" + profile + content.substr(2);
-    EXPECT_EQ(runSips({"-Z", "30", folder.file("odd.jpg", odd).path(), "--out", (folder / "odd.png").path()}).errors,
-              "");
+    EXPECT_EQ(run({"-Z", "30", folder.file("odd.jpg", odd).path(), "--out", (folder / "odd.png").path()}).errors, "");
     // What follows a whole picture does not matter.
     const std::string longer = folder.file("longer.jpg", content + "more").path();
-    EXPECT_EQ(runSips({"-Z", "30", longer, "--out", (folder / "longer.png").path()}).errors, "");
+    EXPECT_EQ(run({"-Z", "30", longer, "--out", (folder / "longer.png").path()}).errors, "");
     // Each failure has its own reason.
     const std::string gif = folder.file("start.gif", "GIF89a").path();
-    const Ran both = runSips({"-s", "format", "tiff", cut, gif, "--out", folder.folder("both").path()});
-    EXPECT_THAT(both.errors, HasSubstr(gif + ": " + runSips({"-Z", "5", gif}).errors.substr(gif.size() + 8)));
+    const Ran both = run({"-s", "format", "tiff", cut, gif, "--out", folder.folder("both").path()});
+    EXPECT_THAT(both.errors, HasSubstr(gif + ": " + run({"-Z", "5", gif}).errors.substr(gif.size() + 8)));
 }
 
 TEST(SipsResult, thatWouldBeTooLargeIsRefused) {
     const TemporaryFolder folder;
     const std::string source = drawPlasma(folder, "a.png");
-    const Ran ran = runSips({"-Z", "900000", source, "--out", (folder / "b.png").path()});
+    const Ran ran = run({"-Z", "900000", source, "--out", (folder / "b.png").path()});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, HasSubstr("900000 x 600000 is too large"));
 }
@@ -144,7 +143,7 @@ TEST(SipsTargetFile, thatCannotBeWrittenIsAFailureThatLeavesEverythingAsItWas) {
     const std::string source = drawPlasma(folder, "a.png");
     const FileURL kept = folder.file("kept.bmp", "old");
     for (const std::string target : {"/nowhere/b.jpg", "/dev/full", "/proc/b.jpg"}) {
-        const Ran ran = runSips({"-s", "format", "jpeg", source, "--out", target});
+        const Ran ran = run({"-s", "format", "jpeg", source, "--out", target});
         EXPECT_EQ(ran.status, 1) << target;
         EXPECT_THAT(ran.errors, AllOf(StartsWith("sips: " + source), HasSubstr(": cannot write " + target + ": ")));
         EXPECT_TRUE(isOneLine(ran.errors));
@@ -164,7 +163,7 @@ TEST(SipsTargetFile, isReplacedInOneStepAndKeepsItsPermissionsAndItsLink) {
     ASSERT_EQ(::chmod(source.c_str(), 0640), 0);
     const std::string link = (folder / "link.png").path();
     std::filesystem::create_symlink("a.png", link);
-    ASSERT_EQ(runSips({"-Z", "30", link}).errors, "");
+    ASSERT_EQ(run({"-Z", "30", link}).errors, "");
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(identify(source, "%m %wx%h"), "PNG 30x20");
     EXPECT_EQ(std::filesystem::status(source).permissions(), std::filesystem::perms(0640));
@@ -174,7 +173,7 @@ TEST(SipsTargetFile, isReplacedInOneStepAndKeepsItsPermissionsAndItsLink) {
 TEST(SipsTargetFile, thatGetsAnotherFormatUnderItsOldNameIsPointedOut) {
     const TemporaryFolder folder;
     const std::string source = drawPlasma(folder, "a.png");
-    const Ran ran = runSips({"-s", "format", "jpeg", source});
+    const Ran ran = run({"-s", "format", "jpeg", source});
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(identify(source, "%m"), "JPEG");
     EXPECT_EQ(ran.errors, "sips: " + source + ": note: the file holds jpeg now, which its name does not say\n");
@@ -186,18 +185,18 @@ TEST(SipsTargetFile, getsTheNameOfItsSourceInAFolder) {
     const std::string two = drawPlasma(folder, "two.gif");
     const FileURL bad = folder.file("bad.png", "no");
     const FileURL out = folder.folder("out");
-    const Ran ran = runSips({"-s", "format", "jpeg", one, bad.path(), two, "--out", out.path()});
+    const Ran ran = run({"-s", "format", "jpeg", one, bad.path(), two, "--out", out.path()});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, StartsWith("sips: " + bad.path() + ": "));
     EXPECT_TRUE(isOneLine(ran.errors));
     EXPECT_THAT(namesIn(out.path()), ElementsAre("one.jpg", "two.jpg"));
 
     const std::string other = drawPlasma(folder, "one.gif");
-    const Ran clash = runSips({"-s", "format", "png", one, other, "--out", out.path()});
+    const Ran clash = run({"-s", "format", "png", one, other, "--out", out.path()});
     EXPECT_EQ(clash.status, 1);
     EXPECT_THAT(clash.errors, HasSubstr("one.gif: would replace the result of another picture"));
 
-    const Ran notAFolder = runSips({"-Z", "5", one, two, "--out", (folder / "new.png").path()});
+    const Ran notAFolder = run({"-Z", "5", one, two, "--out", (folder / "new.png").path()});
     EXPECT_EQ(notAFolder.status, 2);
     EXPECT_FALSE((folder / "new.png").exists());
 }
@@ -261,11 +260,11 @@ TEST(SipsProperties, arePrintedUnderTheAbsolutePath) {
               source + "\n  pixelWidth: 60\n  format: png\n");
     const std::string webp = (folder / "clear.webp").path();
     draw({"-size", "9x5", "xc:#12345678", webp});
-    EXPECT_EQ(runSips({"-g", "all", webp}).output,
+    EXPECT_EQ(run({"-g", "all", webp}).output,
               webp + "\n  pixelWidth: 9\n  pixelHeight: 5\n  format: webp\n  space: RGB\n  bitsPerSample: 8\n"
                      "  hasAlpha: yes\n");
-    EXPECT_EQ(runSips({"--version"}).output.substr(0, 5), "sips ");
-    EXPECT_THAT(runSips({"--help"}).output, HasSubstr("--resampleHeightWidthMax"));
+    EXPECT_EQ(run({"--version"}).output.substr(0, 5), "sips ");
+    EXPECT_THAT(run({"--help"}).output, HasSubstr("--resampleHeightWidthMax"));
 }
 
 } // namespace
