@@ -2,6 +2,9 @@
 
 #include "support/Descriptor.h"
 #include "tests/support/Program.h"
+#include "tests/support/Restricted.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -187,16 +190,12 @@ TEST_F(SettingsFileTest, NeverReplacesAFileThatItMayNotRead) {
     const std::string folder = m_location.deletingLastPathComponent().path();
     std::filesystem::permissions(folder, std::filesystem::perms::all);
     std::filesystem::permissions(m_location.path(), std::filesystem::perms::none);
-    const int status = statusOf(inChild([&] {
-        // Root may read everything.
-        ASSERT_TRUE(::getuid() != 0 || ::setuid(65534) == 0);
+    // Root may read everything.
+    testing::runRestricted({.asNobody = ::getuid() == 0}, [&] {
         SettingsFile file = settings();
         EXPECT_FALSE(file.get("secret"));
-        const auto result = file.set("a", true);
-        ASSERT_FALSE(result);
-        EXPECT_EQ(result.error(), "Could not save the settings: Permission denied.");
-    }));
-    EXPECT_EQ(status, 0);
+        EXPECT_EQ(file.set("a", true).error(), "Could not save the settings: Permission denied.");
+    });
     std::filesystem::permissions(m_location.path(), std::filesystem::perms::owner_all);
     EXPECT_EQ(readFile(m_location), R"({"secret": true})");
 }
@@ -212,9 +211,10 @@ TEST_F(SettingsFileTest, SaysSoWhenThereIsNoPlaceForTheFile) {
 }
 
 TEST_F(SettingsFileTest, KeepsTheOldFileWhenTheDiskIsFullOrReadOnly) {
-    const FileURL disk = m_folder.folder("disk");
-    if (::mount("torvo-test", disk.path().c_str(), "tmpfs", 0, "size=64k") != 0)
+    const testing::SmallDisk small(64 << 10);
+    if (!small.isMounted())
         GTEST_SKIP() << "mounting a small file system is not permitted here";
+    const FileURL& disk = small.folder().url();
     SettingsFile file(disk.appendingPath("torvo/settings.json"));
     EXPECT_TRUE(file.set("a", std::string("old")));
     EXPECT_EQ(file.set("a", std::string(100'000, 'x')).error(),
@@ -226,7 +226,6 @@ TEST_F(SettingsFileTest, KeepsTheOldFileWhenTheDiskIsFullOrReadOnly) {
     EXPECT_EQ(::mount("torvo-test", disk.path().c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, ""), 0);
     EXPECT_EQ(file.set("a", std::string("new")).error(), "Could not save the settings: Read-only file system.");
     EXPECT_EQ(file.getAs<std::string>("a"), "old");
-    ::umount2(disk.path().c_str(), MNT_DETACH);
 }
 
 TEST_F(SettingsFileTest, LosesNothingWhenProcessesWriteAtOnce) {
@@ -282,17 +281,16 @@ TEST_F(SettingsFileTest, IsWholeAfterAWriterWasKilledAtAnyMoment) {
 }
 
 TEST(SettingsFileLocation, FollowsTheBaseDirectories) {
-    // In a child, because the environment belongs to all tests.
-    const int status = statusOf(inChild([] {
-        ::setenv("HOME", "/home/someone", 1);
-        ::setenv("XDG_CONFIG_HOME", "/srv/configuration", 1);
-        EXPECT_EQ(SettingsFile::defaultLocation().path(), "/srv/configuration/torvo/settings.json");
-        ::setenv("XDG_CONFIG_HOME", "relative/ignored", 1);
-        EXPECT_EQ(SettingsFile::defaultLocation().path(), "/home/someone/.config/torvo/settings.json");
-        ::unsetenv("XDG_CONFIG_HOME");
-        EXPECT_EQ(SettingsFile::defaultLocation().path(), "/home/someone/.config/torvo/settings.json");
-    }));
-    EXPECT_EQ(status, 0);
+    const testing::ScopedVariable home("HOME", "/home/someone");
+    const std::pair<std::optional<std::string>, const char*> rows[] = {
+        {"/srv/configuration", "/srv/configuration/torvo/settings.json"},
+        {"relative/ignored", "/home/someone/.config/torvo/settings.json"},
+        {std::nullopt, "/home/someone/.config/torvo/settings.json"},
+    };
+    for (const auto& [configuration, location] : rows) {
+        const testing::ScopedVariable variable("XDG_CONFIG_HOME", configuration);
+        EXPECT_EQ(SettingsFile::defaultLocation().path(), location);
+    }
 }
 
 TEST_F(SettingsFileTest, LosesPatienceWithAnotherProcessThatKeepsTheLock) {
