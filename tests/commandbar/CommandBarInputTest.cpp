@@ -25,13 +25,9 @@ TEST_F(CommandBarInput, ShowsHidesAndFollowsTheFileManager) {
     bar.service->syncAttachment();
     EXPECT_FALSE(bar.window.isVisible()) << "there is no window to dock to";
     bar.select({});
-    bar.finder.moveWindow({100, 400, 800, 300});
-    bar.service->syncAttachment();
-    EXPECT_TRUE(bar.window.isVisible());
-    EXPECT_FALSE(bar.window.isKey());
-    EXPECT_EQ(bar.window.frame(), (Rect{100, 302, 300, 90}));
     bar.finder.moveWindow({200, 500, 700, 300});
     bar.service->syncAttachment();
+    EXPECT_FALSE(bar.window.isKey());
     EXPECT_EQ(bar.window.frame(), (Rect{200, 402, 300, 90}));
     bar.finder.window = 201;
     bar.finder.show(bar / "other", {bar / "other/a.txt"});
