@@ -113,6 +113,7 @@ TEST_F(X11Test, BridgesTheMomentInWhichNoWindowIsActive) {
     EXPECT_EQ(activations, 0);
     setActive(thunar.id());
     EXPECT_EQ(front.window(), thunar.id());
+    EXPECT_TRUE(desktop.eventually([&] { return activations > 0; }));
     EXPECT_EQ(activations, 1) << "nobody worked anywhere";
     // The time counts from the last time that there was none.
     now += 10s;
