@@ -46,12 +46,13 @@ TEST_F(X11Test, TellsWhichApplicationIsAtTheFront) {
     int activations = 0;
     const auto subscription = front.onActivation([&] { ++activations; });
     XWindow thunar(connection(), "Thunar", 4711);
-    EXPECT_TRUE(desktop.eventually([&] { return front.window() == thunar.id(); }));
+    EXPECT_TRUE(desktop.eventually([&] { return front.window() == thunar.id() && activations >= 1; }));
     EXPECT_EQ(connection().windowClass(thunar.id()), "Thunar");
     EXPECT_EQ(connection().pid(thunar.id()), 4711);
 
     XWindow editor(connection(), "Editor", 4712);
     activate(editor);
+    EXPECT_TRUE(desktop.eventually([&] { return activations >= 2; }));
     EXPECT_EQ(front.window(), editor.id());
     EXPECT_EQ(front.lastActive(), editor.id());
     activate(thunar);
@@ -126,6 +127,9 @@ TEST_F(X11Test, ThePanelIsNoOtherApplication) {
     XWindow thunar(connection(), "Thunar", 1);
     XWindow editor(connection(), "Editor", 2);
     XWindow panel(connection(), "torvo-bar", ::getpid());
+    // The window manager is done with them, and says nothing of its own any more.
+    for (const auto* window : {&thunar, &editor, &panel})
+        activate(*window);
     FrontApplication front(connection(), [&] { return now; });
     front.setPanel(panel.id());
     setActive(editor.id());
