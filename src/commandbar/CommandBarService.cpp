@@ -322,11 +322,8 @@ void CommandBarService::detach() {
 
 void CommandBarService::dismiss() {
     if (m_state.autoAttachEnabled && m_services.finder.frontWindowFrame()) {
-        // By its clock the bar may go while the user works in another of its windows.
-        const bool hadKey = m_state.isKeyWindow;
         resetState();
-        if (hadKey)
-            m_services.workspace.activate(kFinderIdentifier);
+        m_services.workspace.activate(kFinderIdentifier);
     } else {
         detach();
     }
@@ -348,7 +345,12 @@ void CommandBarService::scheduleDismiss(std::chrono::milliseconds delay) {
         }
         const Turn turn(*this);
         const auto fired = std::move(m_dismissal);
-        dismiss();
+        // Whoever works in another window goes on there.
+        const bool isElsewhere = m_services.workspace.frontmostApplication() != kFinderIdentifier;
+        if (isElsewhere && !m_state.isKeyWindow && m_state.autoAttachEnabled)
+            resetState();
+        else
+            dismiss();
     });
 }
 
