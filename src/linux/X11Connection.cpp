@@ -157,6 +157,7 @@ std::vector<X11Connection::WindowFacts> X11Connection::facts(const std::vector<x
     };
     const auto currentQuestion = xcb_ewmh_get_current_desktop(&m_hints, m_screenNumber);
     std::vector<Asked> asked;
+    asked.reserve(windows.size());
     for (const auto window : windows)
         asked.push_back({askClass(window), askAtoms(window, m_hints._NET_WM_WINDOW_TYPE),
                          askAtoms(window, m_hints._NET_WM_STATE), xcb_ewmh_get_wm_desktop(&m_hints, window),

@@ -84,6 +84,7 @@ std::vector<Strut> struts(X11Connection& connection, const std::vector<xcb_windo
         xcb_get_property_cookie_t desktop;
     };
     std::vector<Asked> asked;
+    asked.reserve(windows.size());
     for (const auto window : windows)
         asked.push_back({ask(connection, window, hints->_NET_WM_STRUT_PARTIAL),
                          ask(connection, window, hints->_NET_WM_STRUT),

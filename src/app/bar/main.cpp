@@ -45,15 +45,15 @@ class EndingSignals {
         std::array<int, 2> ends{};
         if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
             return;
-        s_end = ends[1];
+        writeEnd = ends[1];
         m_notifier.emplace(ends[0], QSocketNotifier::Read);
         QObject::connect(&*m_notifier, &QSocketNotifier::activated, &QApplication::quit);
         for (const int each : {SIGTERM, SIGINT, SIGHUP})
-            std::signal(each, [](int /*signal*/) { (void)!::write(s_end, "", 1); });
+            std::signal(each, [](int /*signal*/) { (void)!::write(writeEnd, "", 1); });
     }
 
   private:
-    static inline volatile int s_end = -1;
+    static inline volatile int writeEnd = -1;
     std::optional<QSocketNotifier> m_notifier;
 };
 
@@ -61,18 +61,18 @@ class EndingSignals {
 class EndingDisplay {
   public:
     explicit EndingDisplay(torvo::AppDelegate& delegate) {
-        s_delegate = &delegate;
+        current = &delegate;
         (void)std::atexit([] {
-            if (s_delegate != nullptr)
-                s_delegate->endWithoutDisplay();
+            if (current != nullptr)
+                current->endWithoutDisplay();
         });
     }
-    ~EndingDisplay() { s_delegate = nullptr; }
+    ~EndingDisplay() { current = nullptr; }
     EndingDisplay(const EndingDisplay&) = delete;
     EndingDisplay& operator=(const EndingDisplay&) = delete;
 
   private:
-    static inline torvo::AppDelegate* s_delegate = nullptr;
+    static inline torvo::AppDelegate* current = nullptr;
 };
 
 /// The addresses among the arguments; or what the program exits with, once it has said what there was to say.
