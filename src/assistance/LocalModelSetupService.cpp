@@ -56,6 +56,9 @@ void LocalModelSetupService::refresh() {
                                        baseURL = isBlank ? defaultRoot() : configured, stop = m_stop.get_token()] {
         auto models = availableModels(baseURL, session, stop);
         onMain([this, configured, baseURL, models = std::move(models)] {
+            // A download that was begun meanwhile has its own end.
+            if (m_isDownloading)
+                return;
             m_isWorking = false;
             if (LLMEndpoint::current(m_platform.defaults).baseURL != configured)
                 refresh();

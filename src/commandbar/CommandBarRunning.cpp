@@ -117,6 +117,7 @@ void CommandBarService::beginRunning(const Action& action, const FinderContext& 
     m_state.progress = OperationProgress{"Running…", std::nullopt, std::nullopt};
     show(progressLine(*m_state.progress), StatusKind::info);
     const Run run{action, context, m_requestToken, m_currentLogID, m_runs.get_token()};
+    m_isShownRunCancelled = run.isCancelled;
     const auto work = [this, onMain = onMainWhileCurrent(), &runner = m_services.runner, run, consent,
                        rows = std::move(rows)] {
         const auto report = [&](const OperationProgress& progress) {
@@ -139,7 +140,7 @@ void CommandBarService::finishRun(const Run& run, FinishedRun finished) {
         m_state.isRunning = false;
         m_state.progress.reset();
         handle(finished.outcome, run.action, run.context, std::move(finished.renames));
-    } else if (!run.stop.stop_requested()) {
+    } else if (!*run.isCancelled) {
         finishLeftRun(run, std::move(finished));
     }
 }
@@ -196,6 +197,9 @@ void CommandBarService::cancel() {
     }
     stay();
     if (m_state.isRunning) {
+        if (m_isShownRunCancelled)
+            *m_isShownRunCancelled = true;
+        // A run that the bar was left with goes before the next one, and would keep it from ending.
         m_runs.request_stop();
         m_runs = {};
         m_state.isRunning = false;

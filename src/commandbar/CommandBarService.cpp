@@ -37,12 +37,12 @@ CommandBarService::CommandBarService(CommandBarServices services)
 
 CommandBarService::~CommandBarService() {
     m_services.panel.onKeyChange({});
-    finishUndos();
-    stopRuns();
+    endWork();
     ++*m_contextReads;
 }
 
-void CommandBarService::stopRuns() {
+void CommandBarService::endWork() {
+    finishUndos();
     m_modelRequest.request_stop();
     m_runs.request_stop();
 }
@@ -235,10 +235,9 @@ void CommandBarService::openExpanded() {
         return;
     }
     placeUnder(*frame, BarForm::expanded);
-    // It is in its place already.
-    m_isOpening = true;
+    // It is in its place already, unless it turns out higher than it was.
+    m_openedHeight = m_services.panel.height();
     m_services.panel.makeKey();
-    m_isOpening = false;
 }
 
 void CommandBarService::prefill(std::string text) {
@@ -267,7 +266,7 @@ void CommandBarService::syncAttachment() {
     }
     // What the bar says is about the window that it hangs under.
     if (isOther)
-        refreshContext(Reading::byLooking);
+        refreshContext(m_state.isKeyWindow ? Reading::byAllMeans : Reading::byLooking);
     m_lastFinderFrame = window->frame;
     m_services.panel.position(window->frame, restingForm());
 }
@@ -281,7 +280,7 @@ void CommandBarService::keyWindowChanged(bool isKey) {
             ++m_state.focusTrigger;
         }
     }
-    if (m_isOpening)
+    if (m_openedHeight)
         return;
     // Now the bar has the height of its form: whether it has room below the window is up to that.
     m_services.panel.position(m_services.finder.frontWindowFrame(), restingForm());

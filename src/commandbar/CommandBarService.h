@@ -128,8 +128,8 @@ class CommandBarService {
     void revealLast();
     void clearLog();
 
-    /// Asks what runs to stop, without a word to anybody: the program ends.
-    void stopRuns();
+    /// Asks what runs to stop, without a word to anybody, and finishes an undo that is under way: the program ends.
+    void endWork();
 
   private:
     /// While one lives, changes are collected; the listeners are told once, when the last one ends, and then the file
@@ -141,6 +141,9 @@ class CommandBarService {
             if (--m_service.m_turns > 0)
                 return;
             m_service.m_observers.notify();
+            if (const auto height = std::exchange(m_service.m_openedHeight, std::nullopt);
+                height && *height != m_service.m_services.panel.height())
+                m_service.m_services.panel.position(m_service.m_lastFinderFrame, m_service.restingForm());
             if (const auto way = std::exchange(m_service.m_wantedReading, std::nullopt))
                 m_service.readContext(*way);
         }
@@ -224,6 +227,8 @@ class CommandBarService {
         std::uint64_t token = 0;
         std::optional<UUID> logID;
         std::stop_token stop;
+        /// Set when the user ended it by Esc.
+        std::shared_ptr<bool> isCancelled = std::make_shared<bool>(false);
     };
     struct FinishedRun {
         RunOutcome outcome;
@@ -268,6 +273,8 @@ class CommandBarService {
     std::shared_ptr<std::atomic<std::uint64_t>> m_contextReads = std::make_shared<std::atomic<std::uint64_t>>();
     /// Ends the runs that were started, also those that the bar has turned away from.
     std::stop_source m_runs;
+    /// Of the run that the bar shows, or showed last.
+    std::shared_ptr<bool> m_isShownRunCancelled;
     /// Ends the request to the model that is under way.
     std::stop_source m_modelRequest;
     std::unique_ptr<ScheduledTask> m_dismissal;
@@ -275,8 +282,8 @@ class CommandBarService {
     std::optional<Rect> m_lastFinderFrame;
     /// The window that the docked bar was last seen under.
     std::optional<AccessibilityElement> m_lastFinderWindow;
-    /// The bar is being placed and given the keyboard, both at once.
-    bool m_isOpening = false;
+    /// The panel's height when it was placed and given the keyboard, both at once; until the end of that turn.
+    std::optional<double> m_openedHeight;
     std::optional<std::vector<FileURL>> m_droppedSelection;
     HistoryStore m_history;
     /// Which entry of the history the field shows; -1 while it shows none.

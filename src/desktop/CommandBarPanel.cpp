@@ -71,16 +71,20 @@ void CommandBarPanel::position(const std::optional<Rect>& frame, BarForm form) {
     const auto place = panelPlacement(frame, form, m_window.frame().height, m_screens.layout());
     if (!place)
         return;
-    m_top = place->top();
     m_window.setFrame(*place);
+    m_placed = {m_window.frame(), place->top()};
 }
 
 void CommandBarPanel::fit(double contentHeight) {
     if (!m_window.isVisible())
         return;
     const auto frame = m_window.frame();
-    if (const auto height = fittedHeight(contentHeight, frame.height))
-        m_window.setFrame(fittedFrame(*height, frame, m_top.value_or(frame.top()), m_screens.layout()));
+    const auto height = fittedHeight(contentHeight, frame.height);
+    if (!height)
+        return;
+    const double top = m_placed && m_placed->frame == frame ? m_placed->top : frame.top();
+    m_window.setFrame(fittedFrame(*height, frame, top, m_screens.layout()));
+    m_placed = {m_window.frame(), top};
 }
 
 } // namespace torvo

@@ -41,6 +41,7 @@ class CommandBarPanel {
 
     [[nodiscard]] bool isVisible() const { return m_window.isVisible(); }
     [[nodiscard]] bool hasOpenMenu() const { return m_window.hasOpenMenu(); }
+    [[nodiscard]] double height() const { return m_window.frame().height; }
     void orderFront() { m_window.orderFront(); }
     void orderOut() { m_window.orderOut(); }
     void makeKey() { m_window.makeKey(); }
@@ -50,8 +51,12 @@ class CommandBarPanel {
   private:
     Panel& m_window;
     Screens& m_screens;
-    /// The top edge where the panel was placed.
-    std::optional<double> m_top;
+    /// Where the panel was put last, and the top edge that it was placed by. Somebody else may have moved it since.
+    struct Placed {
+        Rect frame;
+        double top = 0;
+    };
+    std::optional<Placed> m_placed;
 };
 
 } // namespace torvo

@@ -65,13 +65,14 @@ std::optional<xcb_window_t> FrontApplication::window() {
 }
 
 bool FrontApplication::isWorkedIn(xcb_window_t window) {
-    auto* hints = m_connection.hints();
-    const auto types = m_connection.atoms(window, hints->_NET_WM_WINDOW_TYPE);
+    const auto* hints = m_connection.hints();
+    const auto facts = m_connection.facts({window}).front();
+    const auto& types = facts.types;
     const bool isOrdinary =
         types.empty() || std::ranges::any_of(types, [&](xcb_atom_t type) {
             return type == hints->_NET_WM_WINDOW_TYPE_NORMAL || type == hints->_NET_WM_WINDOW_TYPE_DIALOG;
         });
-    return isOrdinary && m_connection.isOnScreen(window);
+    return isOrdinary && facts.isOnScreen;
 }
 
 } // namespace torvo

@@ -265,7 +265,7 @@ std::string printable(std::string_view bytes) {
 
 namespace {
 
-/// Takes no place and says nothing to whoever reads it, so that two texts that differ in it alone look the same.
+/// Shows nothing by itself, so that two texts that differ in it alone may look the same.
 /// Joiners and variation selectors shape the letters of scripts and emoji beside them.
 bool isUnseen(std::int32_t codePoint) {
     constexpr std::int32_t kNonJoiner = 0x200C;

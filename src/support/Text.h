@@ -84,8 +84,8 @@ struct CodePoint {
 [[nodiscard]] std::string printable(std::string_view bytes);
 
 /// `bytes` with control characters (line breaks and terminal escapes among them), those that turn the direction of
-/// writing, and invisible spaces shown as U+FFFD as well, so that the text stays on one line, cannot drive a terminal
-/// and reads as it is.
+/// writing, and those that cannot be seen shown as U+FFFD as well, so that the text stays on one line, cannot drive a
+/// terminal and reads as it is.
 [[nodiscard]] std::string printableLine(std::string_view bytes);
 
 /// "3 files", "1 file", "0 files": the plural is for every count but one.

@@ -4,7 +4,7 @@
 
 namespace torvo {
 
-/// Torvo's icon as it is in packaging/, for the frames of its windows and for task switchers.
+/// An icon like the one in packaging/, for the frames of its windows and for task switchers.
 [[nodiscard]] QIcon applicationIcon();
 
 } // namespace torvo

@@ -107,7 +107,7 @@ SymbolButton::SymbolButton(Symbol symbol, Tone tone, const QString& spokenName) 
     setAutoRaise(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(spokenName);
-    setToolTip(plainToolTip(spokenName));
+    explain(*this, spokenName);
 }
 
 void SymbolButton::paintEvent(QPaintEvent* /*event*/) {

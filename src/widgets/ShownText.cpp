@@ -39,4 +39,9 @@ QString plainToolTip(const QString& text, Qt::LayoutDirection direction) {
     return QStringLiteral("<p%1 style='white-space: pre-wrap'>%2</p>").arg(attribute, text.toHtmlEscaped());
 }
 
+void explain(QWidget& control, const QString& text) {
+    control.setToolTip(text.isEmpty() ? QString() : plainToolTip(text));
+    control.setAccessibleDescription(text);
+}
+
 } // namespace torvo

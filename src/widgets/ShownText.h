@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QWidget>
 #include <string_view>
 
 namespace torvo {
@@ -19,5 +20,9 @@ namespace torvo {
 /// A tool tip that shows the text as it is, never as markup, wrapped where it is long. `direction`: of a text that is
 /// put together from parts; one of its own has the direction of its letters.
 [[nodiscard]] QString plainToolTip(const QString& text, Qt::LayoutDirection direction = Qt::LayoutDirectionAuto);
+
+/// Gives a control that tool tip, and the plain text to assistive technology, which would read the tip's markup; none
+/// of both for an empty text.
+void explain(QWidget& control, const QString& text);
 
 } // namespace torvo

@@ -42,8 +42,10 @@ void orderTabs(QWidget& root) {
 }
 
 void followKeyboard(QScrollArea& area) {
-    QObject::connect(qApp, &QApplication::focusChanged, &area, [&area](QWidget* /*before*/, QWidget* now) {
-        if (now != nullptr && area.widget()->isAncestorOf(now) && QApplication::mouseButtons() == Qt::NoButton)
+    QObject::connect(qApp, &QApplication::focusChanged, &area, [&area](const QWidget* before, QWidget* now) {
+        // Without one before, the window got the keyboard back, and with it what had it in the window.
+        if (before != nullptr && now != nullptr && area.widget()->isAncestorOf(now) &&
+            QApplication::mouseButtons() == Qt::NoButton)
             area.ensureWidgetVisible(now);
     });
 }

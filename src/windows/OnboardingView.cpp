@@ -127,7 +127,7 @@ void OnboardingView::addPermissions(QVBoxLayout& column) {
                             new CaptionLabel(permission.detail));
         auto* button = makeSmallButton("Open");
         button->setAccessibleDescription(permission.title);
-        connect(button, &QPushButton::clicked, this, [this, anchor = permission.anchor] { grant(anchor); });
+        connect(button, &QPushButton::clicked, this, [this, anchor = permission.anchor] { openPermission(anchor); });
         row->addWidget(button);
         rows.addLayout(row);
     }
@@ -188,7 +188,7 @@ void OnboardingView::showEvent(QShowEvent* event) {
     m_services.modelSetup.refresh();
 }
 
-void OnboardingView::grant(std::string_view anchor) {
+void OnboardingView::openPermission(std::string_view anchor) {
     open(anchor, m_services.workspace);
     // Few desktops have a pane for it; there it is granted by asking.
     if (anchor == AccessibilityService::kAccessibilityAnchor)

@@ -52,7 +52,7 @@ class OnboardingView final : public QWidget {
     void addHowToUse(QVBoxLayout& column);
     void addButtons(QVBoxLayout& column);
     /// What "Open" does for the permission of a privacy pane, or of the pane of the extensions.
-    void grant(std::string_view anchor);
+    void openPermission(std::string_view anchor);
     void checkTrust();
     void showLocalModel();
     void showShortcut();

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace torvo {
 namespace {
 
@@ -260,6 +262,21 @@ TEST_F(CommandBarInput, KeepsOnRecordWhatARunDidThatItWasLeftWith) {
     ASSERT_TRUE(told());
     EXPECT_THAT(bar.notifications.added.front().body, HasSubstr("no luck"));
     EXPECT_FALSE(bar.state().canAskAIToFix);
+
+    // It keeps the next one waiting, and ends with that by Esc.
+    bar.finder.workspace.frontmost = kFinderIdentifier;
+    leave("until [[ -e never ]] do sleep 0.01; done");
+    bar.finder.workspace.frontmost = kFinderIdentifier;
+    bar.modelAnswers("touch next");
+    bar.enter("next");
+    ASSERT_TRUE(bar.settles());
+    bar.service->confirmPending();
+    bar.service->cancel();
+    const auto failures = [&] {
+        return std::ranges::count_if(bar.logged(), [](const auto& entry) { return entry.starts_with("failed"); });
+    };
+    EXPECT_TRUE(bar.dispatcher->runUntil([&] { return failures() == 2; })) << "also that one has its outcome";
+    EXPECT_FALSE((bar / "next").exists());
 }
 
 TEST_F(CommandBarInput, StaysForAUserWhoGoesOn) {

@@ -81,8 +81,14 @@ AppDelegate::~AppDelegate() {
 }
 
 void AppDelegate::endWithoutDisplay() {
+    m_rest.clear();
+    m_activations = {};
     if (m_commandBar)
-        m_commandBar->stopRuns();
+        m_commandBar->endWork();
+    m_environment.reset();
+    m_modelSetup.reset();
+    m_platform.updater.stop();
+    m_platform.distributed.post(kBlurred);
     m_services.diskQueue.sync([] {});
     m_dispatcher.finishDetached(kLastMoments);
 }

@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace torvo {
 
@@ -81,7 +80,7 @@ std::string moreText(std::size_t count, std::size_t shown) {
     return count > shown ? fmt::format("+{} more", count - shown) : std::string();
 }
 
-int commandLine(const CommandBarState& state) {
+int lineOfCommand(const CommandBarState& state) {
     if (!state.pending)
         return 0;
     const auto command =

@@ -65,6 +65,6 @@ constexpr std::size_t kMostPills = 3;
 [[nodiscard]] std::string_view lastPathComponent(std::string_view path);
 
 /// Which line of the status begins the command that the user is asked about, counted from 0; 0 when nothing is asked.
-[[nodiscard]] int commandLine(const CommandBarState& state);
+[[nodiscard]] int lineOfCommand(const CommandBarState& state);
 
 } // namespace torvo

@@ -54,8 +54,7 @@ void ChipsRow::present(const std::vector<Suggestion>& chips, bool clipboardAvail
     for (std::size_t i = 0; i < chips.size(); ++i) {
         chip(i).setLabel(shownLine(chips[i].title));
         // A click runs the whole command, of which the title may be the beginning.
-        const auto input = shownParagraph(chips[i].input);
-        chip(i).setToolTip(chips[i].input == chips[i].title ? QString() : plainToolTip(input));
+        explain(chip(i), chips[i].input == chips[i].title ? QString() : shownParagraph(chips[i].input));
         chip(i).setVisible(true);
     }
     for (std::size_t i = chips.size(); i < m_chips.size(); ++i)

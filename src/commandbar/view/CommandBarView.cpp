@@ -194,7 +194,10 @@ void CommandBarView::openMenu(QMenu* menu, const QPoint& place) {
     menu->setAttribute(Qt::WA_DeleteOnClose);
     if (m_addMenuItems)
         m_addMenuItems(*menu);
-    menu->popup(place);
+    if (menu->isEmpty())
+        menu->deleteLater();
+    else
+        menu->popup(place);
 }
 
 void CommandBarView::setDropTarget(DropTarget target) {

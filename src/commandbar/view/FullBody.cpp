@@ -66,7 +66,7 @@ FullBody::FullBody(CommandBarService& service, CommandBarPanel& panel, QWidget* 
 void FullBody::present(const CommandBarState& state) {
     m_icon->present(leadingIcon(state));
     m_field->showText(state.text);
-    m_status->present(shownStatus(state), statusTone(state.statusKind), commandLine(state));
+    m_status->present(shownStatus(state), statusTone(state.statusKind), lineOfCommand(state));
     showRow(state);
     m_field->setFocusTrigger(state.focusTrigger);
 }

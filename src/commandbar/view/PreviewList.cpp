@@ -10,6 +10,7 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <array>
 
 namespace torvo {
 
@@ -20,6 +21,8 @@ constexpr int kFontSize = 11;
 constexpr int kSpacing = 6;
 constexpr int kPadding = 2;
 constexpr int kArrowSize = 9;
+/// How strongly the row that the keyboard is at stands out.
+constexpr double kCurrent = 0.15;
 
 enum Role { fromRole = Qt::UserRole, toRole };
 
@@ -37,6 +40,8 @@ class RowDelegate final : public QStyledItemDelegate {
                               option.fontMetrics.elidedText(text, Qt::ElideMiddle, place.width()));
         };
         const QRect row = option.rect;
+        if (option.state & QStyle::State_HasFocus)
+            painter->fillRect(row, faded(toneColor(Tone::accent, option.palette), kCurrent));
         painter->setFont(option.font);
         painter->setPen(toneColor(Tone::primary, option.palette));
         const auto to = index.data(toRole);
@@ -67,9 +72,15 @@ class RowsView final : public QListView {
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
 
   protected:
-    /// Keys that scroll are its own; all others are the bar's. A list would move a mark that nobody sees.
-    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
-    void keyPressEvent(QKeyEvent* event) override { QAbstractScrollArea::keyPressEvent(event); }
+    /// Keys that move are its own; all others are the bar's.
+    void keyPressEvent(QKeyEvent* event) override {
+        constexpr std::array kOwn{Qt::Key_Up,       Qt::Key_Down, Qt::Key_PageUp,
+                                  Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End};
+        if (std::ranges::find(kOwn, event->key()) != kOwn.end())
+            QListView::keyPressEvent(event);
+        else
+            event->ignore();
+    }
     void paintEvent(QPaintEvent* event) override {
         QListView::paintEvent(event);
         if (!hasFocus())

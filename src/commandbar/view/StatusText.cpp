@@ -7,12 +7,12 @@
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QResizeEvent>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace torvo {
@@ -52,9 +52,8 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     setFrameShape(QFrame::NoFrame);
     setAcceptRichText(false);
     setReadOnly(true);
-    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTextInteractionFlags(Qt::TextSelectableByMouse);
     setFocusPolicy(Qt::ClickFocus);
-    setTabChangesFocus(true);
     setAcceptDrops(false);
     viewport()->setAcceptDrops(false);
     setUndoRedoEnabled(false);
@@ -68,6 +67,7 @@ StatusText::StatusText(QWidget* parent) : QTextEdit(parent) {
     setSizePolicy(policy);
     setFont(systemFont(kFontSize));
     applyColors();
+    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this, [this] { m_isScrolled = true; });
 }
 
 void StatusText::present(const std::string& text, Tone tone, int firstLine) {
@@ -75,10 +75,11 @@ void StatusText::present(const std::string& text, Tone tone, int firstLine) {
         m_tone = tone;
         applyColors();
     }
-    if (m_text == text)
+    if (m_text == text && m_firstLine == firstLine)
         return;
     m_text = text;
     m_firstLine = firstLine;
+    m_isScrolled = false;
     m_measured.clear();
     setFont(showsCommandLine(text) ? monospacedFont(kFontSize) : systemFont(kFontSize));
     setPlainText(shownLines(text));
@@ -118,8 +119,10 @@ void StatusText::showScrollBarIfNeeded() {
 }
 
 void StatusText::showFirstLine() {
+    // Whoever reads or selects keeps what he sees.
+    if (m_isScrolled || textCursor().hasSelection())
+        return;
     const auto line = document()->findBlockByNumber(m_firstLine);
-    setTextCursor(QTextCursor(line));
     verticalScrollBar()->setValue(static_cast<int>(document()->documentLayout()->blockBoundingRect(line).top()));
 }
 
@@ -132,13 +135,30 @@ QSize StatusText::minimumSizeHint() const {
 }
 
 void StatusText::keyPressEvent(QKeyEvent* event) {
-    constexpr std::array kOwn{Qt::Key_Up,   Qt::Key_Down,  Qt::Key_PageUp, Qt::Key_PageDown,
-                              Qt::Key_Left, Qt::Key_Right, Qt::Key_Home,   Qt::Key_End};
-    if (event == QKeySequence::Copy || event == QKeySequence::SelectAll ||
-        std::ranges::find(kOwn, event->key()) != kOwn.end())
+    auto& bar = *verticalScrollBar();
+    const bool scrolls = bar.maximum() > 0;
+    if (event == QKeySequence::Copy || event == QKeySequence::SelectAll)
         QTextEdit::keyPressEvent(event);
+    else if (scrolls && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down))
+        bar.triggerAction(event->key() == Qt::Key_Up ? QScrollBar::SliderSingleStepSub
+                                                     : QScrollBar::SliderSingleStepAdd);
+    else if (scrolls && (event->key() == Qt::Key_PageUp || event->key() == Qt::Key_PageDown))
+        bar.triggerAction(event->key() == Qt::Key_PageUp ? QScrollBar::SliderPageStepSub
+                                                         : QScrollBar::SliderPageStepAdd);
+    else if (scrolls && (event->key() == Qt::Key_Home || event->key() == Qt::Key_End))
+        bar.triggerAction(event->key() == Qt::Key_Home ? QScrollBar::SliderToMinimum : QScrollBar::SliderToMaximum);
     else
         event->ignore();
+}
+
+void StatusText::paintEvent(QPaintEvent* event) {
+    QTextEdit::paintEvent(event);
+    // A text that was clicked needs no mark.
+    if (!hasFocus() || focusPolicy() != Qt::StrongFocus)
+        return;
+    QPainter painter(viewport());
+    painter.setPen(toneColor(Tone::accent, palette()));
+    painter.drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
 }
 
 void StatusText::resizeEvent(QResizeEvent* event) {

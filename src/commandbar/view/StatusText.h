@@ -26,8 +26,9 @@ class StatusText final : public QTextEdit {
     [[nodiscard]] QSize minimumSizeHint() const override;
 
   protected:
-    /// Keys that move, scroll and copy are its own; all others are the bar's.
+    /// Keys that scroll and copy are its own; all others are the bar's.
     void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -40,6 +41,8 @@ class StatusText final : public QTextEdit {
 
     std::optional<std::string> m_text;
     int m_firstLine = 0;
+    /// The user has scrolled since the text came.
+    bool m_isScrolled = false;
     Tone m_tone = Tone::secondary;
     /// The heights of the present text at the widths that were asked for.
     mutable std::vector<std::pair<int, double>> m_measured;

@@ -5,6 +5,8 @@
 #include "tests/support/Eventually.h"
 #include "tests/support/Memory.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <array>
@@ -37,7 +39,13 @@ constexpr std::size_t kMayGrow = 5'000'000;
 /// Connections and threads come and go; one that each command left behind would be many more.
 constexpr std::size_t kMayOpen = 10;
 
-class RandomUseJourneyTest : public testing::BarJourney {
+/// Has all folders of the test be in one of its own: letters that reach the file manager may lead it out of its folder.
+struct Enclosure {
+    testing::TemporaryFolder enclosure;
+    testing::ScopedVariable place{"TMPDIR", enclosure.path()};
+};
+
+class RandomUseJourneyTest : private Enclosure, public testing::BarJourney {
   protected:
     template <typename Choices>
     [[nodiscard]] const auto& pick(const Choices& choices) {
@@ -47,6 +55,7 @@ class RandomUseJourneyTest : public testing::BarJourney {
     /// One of the things that a user does, at random.
     void step() {
         takeOver();
+        comesHome();
         const auto deed = m_random() % 100;
         if (deed < 22)
             asks();
@@ -82,11 +91,12 @@ class RandomUseJourneyTest : public testing::BarJourney {
         }));
         // Of the file manager, whose filter may have got letters that were meant for the bar.
         session.press("Escape");
+        comesHome();
         const auto isIdle = [&] {
             const bool isWorking = !process_table::children(bar->pid()).empty();
             // What goes on after the bar was left ends with the next command that is cancelled.
             if (isWorking && isCalled())
-                (void)enters("select all");
+                (void)enters("zip");
             if (bar->isKey())
                 session.press("Escape");
             return !isWorking && !bar->isKey();
@@ -189,6 +199,23 @@ class RandomUseJourneyTest : public testing::BarJourney {
             session.display().activate(session.window());
             return testing::eventually([&] { return hasFront() && !bar->hasPopup(); }, 300ms);
         });
+    }
+
+    /// Has the file manager show the folder again; what is done elsewhere would be done to other files.
+    void comesHome() {
+        const auto isHome = [&] { return session.fileManagers().folder(session.window()) == files.path(); };
+        if (isHome())
+            return;
+        ASSERT_TRUE(session.desktop().eventually([&] {
+            takeOver();
+            session.activate(session.window());
+            session.press("Escape");
+            session.press("ctrl+l");
+            session.press("ctrl+a");
+            session.type(files.path());
+            session.press("Return");
+            return testing::eventually(isHome, 1s);
+        }));
     }
 
     [[nodiscard]] bool isCalled() {

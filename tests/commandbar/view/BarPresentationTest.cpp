@@ -71,11 +71,11 @@ TEST(BarPresentationTest, TheCommandBeginsWhereNothingElseCanPretendToBeIt) {
     const std::string command = "rm -- \"$1\"\n$ ls";
     auto state = focusedState();
     state.status = "Looks harmless\n$ ls\n\n$ " + command;
-    EXPECT_EQ(commandLine(state), 0) << "nothing is asked";
+    EXPECT_EQ(lineOfCommand(state), 0) << "nothing is asked";
     state.pending = PendingAction{Shell{command, "Looks harmless\n$ ls\n", true, {}}, {}, {}};
-    EXPECT_EQ(commandLine(state), 3);
+    EXPECT_EQ(lineOfCommand(state), 3);
     state.status = "Undoing…";
-    EXPECT_EQ(commandLine(state), 0);
+    EXPECT_EQ(lineOfCommand(state), 0);
 }
 
 } // namespace torvo
