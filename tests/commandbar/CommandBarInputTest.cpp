@@ -224,7 +224,14 @@ TEST_F(CommandBarInput, TellsAUserWhoWentAwayAndLeavesByTheClock) {
     ASSERT_EQ(bar.notifications.added.size(), 1U);
     EXPECT_EQ(bar.notifications.added[0].title, "Torvo");
     EXPECT_EQ(bar.notifications.added[0].body, "Zipped 1 item");
+    bar.dispatcher->advance(7s);
+    EXPECT_EQ(bar.state().status, "");
+    EXPECT_THAT(bar.finder.workspace.activated, IsEmpty()) << "whoever works elsewhere goes on there";
+
     bar.service->setAutoAttachEnabled(false);
+    bar.finder.workspace.frontmost = kFinderIdentifier;
+    bar.enter("zip");
+    ASSERT_TRUE(bar.settlesAs("Zipped 1 item"));
     bar.dispatcher->advance(6999ms);
     EXPECT_TRUE(bar.window.isVisible());
     bar.dispatcher->advance(1ms);
