@@ -1,5 +1,8 @@
 #include "desktop/CommandBarPanel.h"
 
+#include "tests/support/FakeDesktop.h"
+#include "tests/support/FakeFinder.h"
+
 #include <gtest/gtest.h>
 
 namespace torvo {
@@ -64,6 +67,24 @@ TEST(PanelPlacement, GrowsAndShrinksBelowTheTopEdgeWhereverTheScreenHasRoom) {
     EXPECT_EQ(fittedFrame(90, {100, 60, 600, 400}, 390, layout), panel) << "and it hangs down as before afterwards";
     EXPECT_EQ(fittedFrame(1000, panel, 390, layout), (Rect{100, -100, 600, 1000})) << "the field is seen, at least";
     EXPECT_EQ(fittedFrame(400, panel, 390, {}), (Rect{100, -10, 600, 400}));
+}
+
+TEST(CommandBarPanel, HangsFromWhereItWasPlacedUnlessSomebodyMovedIt) {
+    testing::FakePanel window;
+    testing::FakeScreens screens;
+    CommandBarPanel panel(window, screens);
+    panel.position(Rect{100, 228, 600, 400}, kExpanded);
+    const auto placed = window.frame();
+    panel.fit(300);
+    EXPECT_EQ(window.frame(), placed) << "nobody sees it yet";
+    panel.orderFront();
+    panel.fit(300);
+    EXPECT_EQ(window.frame(), (Rect{100, 40, 600, 300})) << "as high as its content, above the dock";
+    panel.fit(90);
+    EXPECT_EQ(window.frame(), placed);
+    window.setFrame({300, 500, 600, 90});
+    panel.fit(100);
+    EXPECT_EQ(window.frame(), (Rect{300, 490, 600, 100})) << "it stays where it was moved to";
 }
 
 } // namespace
